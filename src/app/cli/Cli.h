@@ -1,0 +1,36 @@
+#pragma once
+
+// quorvel-cli: the engineer's pocket calculator and headless runner. Each
+// command takes its own arguments (the command name removed) and returns the
+// process exit status: 0 done, 1 refused or failed, 2 usage error.
+
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+namespace quorvel::cli {
+
+using Args = std::vector<std::string>;
+
+struct Io {
+  std::ostream& out;
+  std::ostream& err;
+};
+
+inline constexpr int kOk = 0;
+inline constexpr int kFailed = 1;
+inline constexpr int kUsage = 2;
+
+// Prints `message` (when not empty) and the usage line of `command` on err;
+// returns kUsage.
+int UsageError(Io& io, const std::string& command, const std::string& message = {});
+
+int RunFrame(const Args& args, Io& io);
+int RunCheck(const Args& args, Io& io);
+int RunDecode(const Args& args, Io& io);
+int RunEncode(const Args& args, Io& io);
+
+// Dispatches argv (program name first) to a command.
+int Main(const Args& argv, Io& io);
+
+}  // namespace quorvel::cli

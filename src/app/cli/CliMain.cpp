@@ -1,0 +1,71 @@
+#include <iostream>
+#include <map>
+
+#include "Version.h"
+#include "app/cli/Cli.h"
+
+namespace quorvel::cli {
+namespace {
+
+using Command = int (*)(const Args&, Io&);
+
+struct CommandEntry {
+  Command run;
+  const char* usage;
+};
+
+const std::map<std::string, CommandEntry>& Commands() {
+  static const std::map<std::string, CommandEntry> kCommands = {
+      {"frame", {RunFrame, "frame rtu|ascii HEXBYTES..."}},
+      {"check", {RunCheck, "check rtu|ascii FRAME..."}},
+      {"decode", {RunDecode, "decode CODE HEXBYTES... [--format F] [--k K] [--x0 X]"}},
+      {"encode", {RunEncode, "encode CODE TEXT [--format F] [--k K] [--x0 X]"}},
+  };
+  return kCommands;
+}
+
+void PrintHelp(std::ostream& out) {
+  out << "Quorvel " << kVersion << ": Modbus serial line companion\n\ncommands:\n";
+  for (const auto& [name, entry] : Commands()) out << "  quorvel-cli " << entry.usage << "\n";
+}
+
+}  // namespace
+
+int UsageError(Io& io, const std::string& command, const std::string& message) {
+  if (!message.empty()) io.err << "quorvel-cli " << command << ": " << message << "\n";
+  const auto found = Commands().find(command);
+  io.err << "usage: quorvel-cli " << (found == Commands().end() ? command : found->second.usage) << "\n";
+  return kUsage;
+}
+
+int Main(const Args& argv, Io& io) {
+  if (argv.size() < 2) {
+    PrintHelp(io.err);
+    return kUsage;
+  }
+  const std::string& name = argv[1];
+  if (name == "--version" || name == "version") {
+    io.out << "quorvel-cli " << kVersion << "\n";
+    return kOk;
+  }
+  if (name == "--help" || name == "help" || name == "-h") {
+    PrintHelp(io.out);
+    return kOk;
+  }
+  const auto found = Commands().find(name);
+  if (found == Commands().end()) {
+    io.err << "quorvel-cli: unknown command '" << name << "'\n";
+    PrintHelp(io.err);
+    return kUsage;
+  }
+  const Args rest(argv.begin() + 2, argv.end());
+  try {
+    return found->second.run(rest, io);
+  } catch (const std::exception& e) {
+    // Nothing a user types may end the program without a word.
+    io.err << "quorvel-cli " << name << ": " << e.what() << "\n";
+    return kFailed;
+  }
+}
+
+}  // namespace quorvel::cli

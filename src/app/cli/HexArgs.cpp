@@ -1,0 +1,118 @@
+#include "app/cli/HexArgs.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+
+namespace quorvel::cli {
+namespace {
+
+int HexDigitValue(char c) {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  return -1;
+}
+
+bool IsSeparator(char c) { return c == ' ' || c == '\t' || c == ',' || c == ':' || c == '-'; }
+
+}  // namespace
+
+std::optional<std::vector<std::uint8_t>> ParseHexBytes(std::span<const std::string> args, std::string& error) {
+  std::vector<std::uint8_t> bytes;
+  for (const std::string& arg : args) {
+    std::size_t i = 0;
+    while (i < arg.size()) {
+      if (IsSeparator(arg[i])) {
+        ++i;
+        continue;
+      }
+      // One token: an optional 0x and an even run of hex digits.
+      if (arg.compare(i, 2, "0x") == 0 || arg.compare(i, 2, "0X") == 0) i += 2;
+      const std::size_t start = i;
+      while (i < arg.size() && !IsSeparator(arg[i])) {
+        if (HexDigitValue(arg[i]) < 0) {
+          error = "not a hex digit '" + std::string(1, arg[i]) + "' in '" + arg + "'";
+          return std::nullopt;
+        }
+        ++i;
+      }
+      if ((i - start) % 2 != 0 || i == start) {
+        error = "odd number of hex digits in '" + arg + "'";
+        return std::nullopt;
+      }
+      for (std::size_t j = start; j < i; j += 2)
+        bytes.push_back(static_cast<std::uint8_t>(HexDigitValue(arg[j]) * 16 + HexDigitValue(arg[j + 1])));
+    }
+  }
+  return bytes;
+}
+
+std::string HexBytesText(std::span<const std::uint8_t> bytes) {
+  std::string text;
+  char pair[4];
+  for (std::uint8_t b : bytes) {
+    std::snprintf(pair, sizeof pair, "%02X", b);
+    if (!text.empty()) text += ' ';
+    text += pair;
+  }
+  return text;
+}
+
+std::optional<std::uint32_t> ParseCode(const std::string& text) {
+  const char* first = text.data();
+  const char* last = text.data() + text.size();
+  if (text.size() > 2 && (text.compare(0, 2, "0x") == 0 || text.compare(0, 2, "0X") == 0)) {
+    std::uint32_t value = 0;
+    const auto [end, ec] = std::from_chars(first + 2, last, value, 16);
+    if (ec != std::errc() || end != last) return std::nullopt;
+    return value;
+  }
+  std::int64_t value = 0;
+  const auto [end, ec] = std::from_chars(first, last, value, 10);
+  if (ec != std::errc() || end != last || value < INT32_MIN || value > UINT32_MAX) return std::nullopt;
+  return static_cast<std::uint32_t>(value);
+}
+
+std::optional<double> ParseDouble(const std::string& text) {
+  double value = 0;
+  const char* first = text.data();
+  const char* last = text.data() + text.size();
+  if (first != last && *first == '+') ++first;
+  const auto [end, ec] = std::from_chars(first, last, value);
+  if (ec != std::errc() || end != last || first == last) return std::nullopt;
+  return value;
+}
+
+std::string NumberText(double value) {
+  char buffer[64];
+  const auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, value);
+  return ec == std::errc() ? std::string(buffer, end) : std::string("?");
+}
+
+const std::string* Options::find(const std::string& name) const {
+  const auto it = std::find_if(named.begin(), named.end(), [&](const auto& option) { return option.first == name; });
+  return it == named.end() ? nullptr : &it->second;
+}
+
+bool SplitOptions(const Args& args, std::span<const char* const> names, Options& options, std::string& error) {
+  for (std::size_t i = 0; i < args.size(); ++i) {
+    const std::string& arg = args[i];
+    if (arg.size() < 3 || arg.compare(0, 2, "--") != 0) {
+      options.positional.push_back(arg);
+      continue;
+    }
+    if (std::find(names.begin(), names.end(), arg) == names.end()) {
+      error = "unknown option " + arg;
+      return false;
+    }
+    if (i + 1 >= args.size()) {
+      error = "option " + arg + " needs a value";
+      return false;
+    }
+    options.named.emplace_back(arg, args[++i]);
+  }
+  return true;
+}
+
+}  // namespace quorvel::cli

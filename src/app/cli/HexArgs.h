@@ -1,0 +1,42 @@
+#pragma once
+
+// Argument helpers shared by the CLI commands.
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "app/cli/Cli.h"
+
+namespace quorvel::cli {
+
+// Hex bytes given as separate arguments ("01 03 00") or run together
+// ("010300"); blanks, ',', ':' and '-' separate, a "0x" prefix is allowed.
+// On failure `error` says which argument is wrong and nothing is returned.
+std::optional<std::vector<std::uint8_t>> ParseHexBytes(std::span<const std::string> args, std::string& error);
+
+// "01 03 00 0A" in upper case.
+std::string HexBytesText(std::span<const std::uint8_t> bytes);
+
+// A 32-bit element address code: decimal (negative allowed, as stored) or 0x hex.
+std::optional<std::uint32_t> ParseCode(const std::string& text);
+
+// A number in C notation, independent of the locale.
+std::optional<double> ParseDouble(const std::string& text);
+
+// The shortest text that reads back as the same double.
+std::string NumberText(double value);
+
+// Splits "--name value" options listed in `names` out of args. Returns false,
+// with `error` set, for an option without a value or one not in `names`.
+struct Options {
+  std::vector<std::string> positional;
+  std::vector<std::pair<std::string, std::string>> named;
+
+  const std::string* find(const std::string& name) const;
+};
+bool SplitOptions(const Args& args, std::span<const char* const> names, Options& options, std::string& error);
+
+}  // namespace quorvel::cli
