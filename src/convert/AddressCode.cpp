@@ -16,11 +16,16 @@ std::string DefaultFormat(std::uint32_t raw) {
   const int type = code.typeField();
   if (kind == 0) {
     switch (type) {
-      case 0: return "## ##0";
-      case 1: return "# ### ### ##0";
-      case 2: return "0.00";
-      case 3: return "0.000 E+00";
-      default: return "0";
+      case 0:
+        return "## ##0";
+      case 1:
+        return "# ### ### ##0";
+      case 2:
+        return "0.00";
+      case 3:
+        return "0.000 E+00";
+      default:
+        return "0";
     }
   }
   if (kind == AddressCode::kHex) return "";

@@ -55,9 +55,12 @@ struct AddressCode {
     if (isBit()) return typeField() + 1;
     switch (typeField()) {
       case 1:
-      case 2: return 2;
-      case 3: return 4;
-      default: return 1;
+      case 2:
+        return 2;
+      case 3:
+        return 4;
+      default:
+        return 1;
     }
   }
 

@@ -19,9 +19,9 @@ namespace quorvel {
 
 struct EntryResult {
   bool ok = false;
-  double value = 0;        // the register value (unscaled), when ok
-  EncodedValue encoded;    // its bytes as EncodeValue lays them out, when ok
-  std::string reason;      // why the text was refused, when not ok
+  double value = 0;      // the register value (unscaled), when ok
+  EncodedValue encoded;  // its bytes as EncodeValue lays them out, when ok
+  std::string reason;    // why the text was refused, when not ok
 };
 
 EntryResult ParseEntry(std::string_view text, std::uint32_t code, std::string_view format = {}, double k = 1.0,

@@ -40,42 +40,46 @@ INSTANTIATE_TEST_SUITE_P(
         Case{{"check", "ascii", "01030000FC"}, 1, "Frame error! (a frame is ':', hex digits, LRC, CR LF)\n"},
         Case{{"check", "ascii", ":01030000FC\\n\\r"}, 1, "Frame error! (a frame is ':', hex digits, LRC, CR LF)\n"}));
 
-INSTANTIATE_TEST_SUITE_P(
-    Values, CalculatorCommands,
-    ::testing::Values(
-        // Literal blanks of the picture stay in place, and the sign goes in front.
-        Case{{"decode", "0", "FF FE"}, 0, "-2\n- 2\n"},
-        Case{{"decode", "0x80000000", "FFFE"}, 0, "65534\n65 534\n"},
-        Case{{"decode", "0x01000000", "FF", "FE"}, 0, "65534\nFFFEh\n"},
-        Case{{"decode", "0x00100000", "00 01 00 02"}, 0, "131073\n  131 073\n"},
-        Case{{"decode", "0x00110000", "00 01 00 02"}, 0, "65538\n  65 538\n"},
-        Case{{"decode", "0x00200000", "00 00 3F 80"}, 0, "1\n1.00\n"},
-        Case{{"decode", "0x00210000", "3F 80 00 00", "--k", "2", "--x0", "0.5"}, 0, "1\n2.50\n"},
-        Case{{"decode", "0x00300000", "00 00 00 00 00 00 3F F0"}, 0, "1\n1.000 E+00\n"},
-        Case{{"decode", "0x00400000", "80 01"}, 0, "-128\n-128\n"},
-        Case{{"decode", "0x00500000", "80 01"}, 0, "1\n1\n"},
-        Case{{"decode", "0x02000000", "00 05"}, 0, "5\n0000 0000 0000 0101\n"},
-        Case{{"decode", "0", "0E 11", "--format", "hh:mm:ss"}, 0, "3601\n01:00:01\n"},
-        Case{{"decode", "0x20700000", "05"}, 0, "5\n0000 0101\n"},
-        Case{{"decode", "0x20000007", "01"}, 0, "1\n1\n"},
-        Case{{"decode", "0", "FF"}, 2, ""},
-        Case{{"decode", "0x00600000", "00 00"}, 2, ""},
-        Case{{"decode", "banana", "00 00"}, 2, ""},
-        Case{{"encode", "0", "-2"}, 0, "FF FE\n"},
-        Case{{"encode", "0", "32768"}, 1, ""},
-        Case{{"encode", "0x80000000", "65 535"}, 0, "FF FF\n"},
-        Case{{"encode", "0x01000000", "FFFEh"}, 0, "FF FE\n"},
-        Case{{"encode", "0x00200000", "1.00"}, 0, "00 00 3F 80\n"},
-        Case{{"encode", "0x00210000", "1"}, 0, "3F 80 00 00\n"},
-        Case{{"encode", "0x02000000", "0000", "0000", "0000", "0101"}, 0, "00 05\n"},
-        Case{{"encode", "0x20700000", "0000 0101"}, 0, "05\n"},
-        Case{{"encode", "0", "01:00:01", "--format", "hh:mm:ss"}, 0, "0E 11\n"},
-        Case{{"encode", "0", "twelve"}, 1, ""}));
+INSTANTIATE_TEST_SUITE_P(Values, CalculatorCommands,
+                         ::testing::Values(
+                             // Literal blanks of the picture stay in place, and the sign goes in front.
+                             Case{{"decode", "0", "FF FE"}, 0, "-2\n- 2\n"},
+                             Case{{"decode", "0x80000000", "FFFE"}, 0, "65534\n65 534\n"},
+                             Case{{"decode", "0x01000000", "FF", "FE"}, 0, "65534\nFFFEh\n"},
+                             Case{{"decode", "0x00100000", "00 01 00 02"}, 0, "131073\n  131 073\n"},
+                             Case{{"decode", "0x00110000", "00 01 00 02"}, 0, "65538\n  65 538\n"},
+                             Case{{"decode", "0x00200000", "00 00 3F 80"}, 0, "1\n1.00\n"},
+                             Case{{"decode", "0x00210000", "3F 80 00 00", "--k", "2", "--x0", "0.5"}, 0, "1\n2.50\n"},
+                             Case{{"decode", "0x00300000", "00 00 00 00 00 00 3F F0"}, 0, "1\n1.000 E+00\n"},
+                             Case{{"decode", "0x00400000", "80 01"}, 0, "-128\n-128\n"},
+                             Case{{"decode", "0x00500000", "80 01"}, 0, "1\n1\n"},
+                             Case{{"decode", "0x02000000", "00 05"}, 0, "5\n0000 0000 0000 0101\n"},
+                             Case{{"decode", "0", "0E 11", "--format", "hh:mm:ss"}, 0, "3601\n01:00:01\n"},
+                             Case{{"decode", "0x20700000", "05"}, 0, "5\n0000 0101\n"},
+                             Case{{"decode", "0x20000007", "01"}, 0, "1\n1\n"}, Case{{"decode", "0", "FF"}, 2, ""},
+                             Case{{"decode", "0x00600000", "00 00"}, 2, ""}, Case{{"decode", "banana", "00 00"}, 2, ""},
+                             Case{{"encode", "0", "-2"}, 0, "FF FE\n"}, Case{{"encode", "0", "32768"}, 1, ""},
+                             Case{{"encode", "0x80000000", "65 535"}, 0, "FF FF\n"},
+                             Case{{"encode", "0x01000000", "FFFEh"}, 0, "FF FE\n"},
+                             Case{{"encode", "0x00200000", "1.00"}, 0, "00 00 3F 80\n"},
+                             Case{{"encode", "0x00210000", "1"}, 0, "3F 80 00 00\n"},
+                             Case{{"encode", "0x02000000", "0000", "0000", "0000", "0101"}, 0, "00 05\n"},
+                             Case{{"encode", "0x20700000", "0000 0101"}, 0, "05\n"},
+                             Case{{"encode", "0", "01:00:01", "--format", "hh:mm:ss"}, 0, "0E 11\n"},
+                             Case{{"encode", "0", "twelve"}, 1, ""}));
 
 TEST(CalculatorCommands, UsageErrorsExitTwoWithAUsageLine) {
-  for (const std::vector<std::string>& args : std::vector<std::vector<std::string>>{
-           {}, {"nonsense"}, {"frame"}, {"frame", "rtu"}, {"frame", "hdlc", "01"}, {"check", "ascii"},
-           {"decode", "0"}, {"encode", "0"}, {"decode", "0", "00 00", "--k"}, {"decode", "0", "00 00", "--bogus", "1"}}) {
+  for (const std::vector<std::string>& args :
+       std::vector<std::vector<std::string>>{{},
+                                             {"nonsense"},
+                                             {"frame"},
+                                             {"frame", "rtu"},
+                                             {"frame", "hdlc", "01"},
+                                             {"check", "ascii"},
+                                             {"decode", "0"},
+                                             {"encode", "0"},
+                                             {"decode", "0", "00 00", "--k"},
+                                             {"decode", "0", "00 00", "--bogus", "1"}}) {
     const CliRun run = RunCli(args);
     EXPECT_EQ(run.status, 2) << ::testing::PrintToString(args);
     EXPECT_NE(run.err.find("usage:"), std::string::npos) << run.err;

@@ -135,19 +135,18 @@ TEST_P(FromAsciiCases, JudgesAndDecodes) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    FrameCodec, FromAsciiCases,
-    ::testing::Values(AsciiCase{"lowercase", ":1103006b00037e\r\n", true, "11 03 00 6B 00 03 7E"},
-                      AsciiCase{"missing_colon", "1103006B00037E\r\n", false, nullptr},
-                      AsciiCase{"lf_before_cr", ":1103006B00037E\n\r", false, nullptr},
-                      AsciiCase{"no_line_end", ":1103006B00037E", false, nullptr},
-                      AsciiCase{"wrong_lrc", ":1103006B00037F\r\n", false, "11 03 00 6B 00 03 7F"},
-                      // A lone digit before CR LF is dropped by the halving.
-                      AsciiCase{"odd_digit", ":1103006B00037E5\r\n", true, "11 03 00 6B 00 03 7E"},
-                      // Non-hex characters count as 0 and surface as an LRC error.
-                      AsciiCase{"non_hex", ":1G03006B00037E\r\n", false, "10 03 00 6B 00 03 7E"},
-                      AsciiCase{"too_short", ":\r\n", false, nullptr}),
-    [](const auto& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(FrameCodec, FromAsciiCases,
+                         ::testing::Values(AsciiCase{"lowercase", ":1103006b00037e\r\n", true, "11 03 00 6B 00 03 7E"},
+                                           AsciiCase{"missing_colon", "1103006B00037E\r\n", false, nullptr},
+                                           AsciiCase{"lf_before_cr", ":1103006B00037E\n\r", false, nullptr},
+                                           AsciiCase{"no_line_end", ":1103006B00037E", false, nullptr},
+                                           AsciiCase{"wrong_lrc", ":1103006B00037F\r\n", false, "11 03 00 6B 00 03 7F"},
+                                           // A lone digit before CR LF is dropped by the halving.
+                                           AsciiCase{"odd_digit", ":1103006B00037E5\r\n", true, "11 03 00 6B 00 03 7E"},
+                                           // Non-hex characters count as 0 and surface as an LRC error.
+                                           AsciiCase{"non_hex", ":1G03006B00037E\r\n", false, "10 03 00 6B 00 03 7E"},
+                                           AsciiCase{"too_short", ":\r\n", false, nullptr}),
+                         [](const auto& info) { return std::string(info.param.name); });
 
 TEST(FrameCodec, CountsBeyondTheBufferAreRefused) {
   std::array<std::uint8_t, 8> buf{1, 2, 3, 4, 5, 6, 7, 8};

@@ -34,8 +34,9 @@ std::optional<Element> ParseElement(const std::string& command, const Options& o
   element.code = *code;
   const AddressCode ac(*code);
   if (!ac.isBit() && ac.typeField() > 5) {
-    status = UsageError(io, command, "unknown register type " + std::to_string(ac.typeField()) + " in code " +
-                                         options.positional[0] + " (types are 0 to 5)");
+    status = UsageError(io, command,
+                        "unknown register type " + std::to_string(ac.typeField()) + " in code " +
+                            options.positional[0] + " (types are 0 to 5)");
     return std::nullopt;
   }
   const std::string* format = options.find("--format");
@@ -69,15 +70,16 @@ int RunDecode(const Args& args, Io& io) {
   const AddressCode code(element->code);
   const auto needed = static_cast<std::size_t>(code.byteCount());
   if (bytes->size() != needed) {
-    const std::string what = code.isBit() ? std::to_string(code.width()) + " bits"
-                                          : std::to_string(code.width()) + " register(s)";
+    const std::string what =
+        code.isBit() ? std::to_string(code.width()) + " bits" : std::to_string(code.width()) + " register(s)";
     return UsageError(io, "decode",
                       "this element takes " + std::to_string(needed) + " byte(s) (" + what + "), got " +
                           std::to_string(bytes->size()));
   }
 
   const double value = code.isBit() ? DecodeBits(*bytes, 0, code.width()) : DecodeRegisters(*bytes, element->code);
-  io.out << NumberText(value) << "\n" << DisplayText(value, element->code, element->format, element->k, element->x0) << "\n";
+  io.out << NumberText(value) << "\n"
+         << DisplayText(value, element->code, element->format, element->k, element->x0) << "\n";
   return kOk;
 }
 

@@ -52,7 +52,8 @@ int RunFrame(const Args& args, Io& io) {
 
   if (*framing == Framing::Rtu) {
     std::array<std::uint8_t, kRtuBuffer> buf{};
-    if (message->size() + 2 > buf.size()) return UsageError(io, "frame", "an RTU frame holds at most 297 message bytes");
+    if (message->size() + 2 > buf.size())
+      return UsageError(io, "frame", "an RTU frame holds at most 297 message bytes");
     std::copy(message->begin(), message->end(), buf.begin());
     const auto n = static_cast<std::int32_t>(message->size());
     MODBUS::AddCRC(buf, n);

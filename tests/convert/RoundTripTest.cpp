@@ -1,0 +1,209 @@
+// What a label shows must type back: decode -> DisplayText -> ParseEntry.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "convert/AddressCode.h"
+#include "convert/DisplayText.h"
+#include "convert/NumberFormat.h"
+#include "convert/RegisterDecode.h"
+#include "convert/RegisterEncode.h"
+#include "convert/ValueEntry.h"
+
+namespace quorvel {
+namespace {
+
+constexpr std::uint32_t kSwapped = AddressCode::kSwapped;
+constexpr std::uint32_t kUnsigned = AddressCode::kUnsigned;
+constexpr std::uint32_t kHex = AddressCode::kHex;
+constexpr std::uint32_t kBinary = AddressCode::kBinary;
+
+using Wire = std::vector<std::uint8_t>;
+
+Wire Bytes(const EncodedValue& e) { return {e.view().begin(), e.view().end()}; }
+
+double Decode(Wire wire, std::uint32_t code) {
+  const AddressCode c(code);
+  if (c.isBit()) return DecodeBits(wire, 0, c.width());
+  return DecodeRegisters(wire, code);  // works on its own copy
+}
+
+// Texts show every bit, except Float and Double (rounded, or hex/binary of
+// the rounded number) and Long in "Binary" (its low 8 bits only).
+bool DisplayIsLossless(std::uint32_t raw) {
+  const AddressCode code(raw);
+  if (code.isBit()) return true;
+  const int type = code.typeField();
+  if (type == 2 || type == 3) return false;
+  return !(type == 1 && code.binary() && !code.hex());
+}
+
+// Texts that cannot be typed back on purpose: the error wording shown in
+// place of a value, and floats beyond the entry range (the range rule stops
+// just short of the largest float).
+bool ShowsNoEnterableValue(const std::string& text, double v, std::uint32_t raw) {
+  if (text == kOverflowText) return true;
+  const AddressCode code(raw);
+  return !code.isBit() && code.typeField() == 2 && !(std::fabs(v) <= 3.402823E+38);
+}
+
+// One element and one wire image: the full round trip where the text holds
+// every bit, the display's own fixed point where it rounds.
+void CheckRoundTrip(const Wire& wire, std::uint32_t code, std::string_view format, double k = 1, double x0 = 0,
+                    bool lossless = false) {
+  const double v = Decode(wire, code);
+  const std::string text = DisplayText(v, code, format, k, x0);
+  const EntryResult entry = ParseEntry(text, code, format, k, x0);
+  if (!entry.ok && ShowsNoEnterableValue(text, v, code)) return;
+  ASSERT_TRUE(entry.ok) << "code 0x" << std::hex << code << std::dec << " value " << v << " shown \"" << text
+                        << "\": " << entry.reason;
+  if (lossless) {
+    ASSERT_EQ(Bytes(entry.encoded), wire) << "code 0x" << std::hex << code << std::dec << " shown \"" << text << '"';
+  } else {
+    ASSERT_EQ(DisplayText(Decode(Bytes(entry.encoded), code), code, format, k, x0), text)
+        << "code 0x" << std::hex << code << std::dec << " value " << v;
+  }
+}
+
+// Wire images worth trying for a register element: edges and a sweep.
+std::vector<Wire> SampleWires(std::uint32_t raw, std::mt19937& rng) {
+  const AddressCode code(raw);
+  const auto size = static_cast<std::size_t>(code.byteCount());
+  const int type = code.typeField();
+  std::vector<Wire> out;
+  for (std::uint8_t fill : {0x00, 0xFF, 0x80, 0x7F, 0x01, 0xFE}) out.emplace_back(size, fill);
+  for (std::size_t i = 0; i < size; ++i) {
+    Wire w(size, 0);
+    w[i] = 0x80;  // each bit position's top bit, alone
+    out.push_back(w);
+    w[i] = 0x01;
+    out.push_back(w);
+  }
+  std::uniform_int_distribution<int> byte(0, 255);
+  for (int i = 0; i < 1500; ++i) {
+    Wire w(size);
+    for (auto& b : w) b = static_cast<std::uint8_t>(byte(rng));
+    out.push_back(w);
+  }
+  if (type == 2 || type == 3) {
+    // Random bytes are mostly huge or tiny; add everyday numbers and limits.
+    const double special[] = {0.0,
+                              -0.0,
+                              1.0,
+                              -1.0,
+                              0.1,
+                              -2.5,
+                              0.005,
+                              123456.789,
+                              16777217.0,
+                              4294967294.0,
+                              -100000.0,
+                              3e9,
+                              3.402823E+38,
+                              -3.402823E+38,
+                              std::numeric_limits<float>::max(),
+                              std::numeric_limits<float>::denorm_min(),
+                              std::numeric_limits<double>::max(),
+                              std::numeric_limits<double>::denorm_min(),
+                              std::numeric_limits<double>::min(),
+                              std::numeric_limits<double>::infinity(),
+                              -std::numeric_limits<double>::infinity(),
+                              std::numeric_limits<double>::quiet_NaN()};
+    for (double s : special) out.push_back(Bytes(EncodeValue(s, raw)));
+    std::uniform_real_distribution<double> mantissa(-10.0, 10.0);
+    std::uniform_int_distribution<int> exponent(-12, 12);
+    std::uniform_int_distribution<int> integer(-70000, 70000);
+    for (int i = 0; i < 1500; ++i) {
+      out.push_back(Bytes(EncodeValue(mantissa(rng) * std::pow(10.0, exponent(rng)), raw)));
+      out.push_back(Bytes(EncodeValue(integer(rng), raw)));
+    }
+  }
+  // A byte element owns one byte of its register; the other is always 0.
+  for (auto& w : out) {
+    if (type == 4) w[1] = 0;
+    if (type == 5) w[0] = 0;
+  }
+  return out;
+}
+
+TEST(RoundTrip, RegisterElementsWithDefaultFormats) {
+  std::mt19937 rng(5150);
+  for (int type = 0; type <= 5; ++type) {
+    for (std::uint32_t flags = 0; flags < 16; ++flags) {
+      const std::uint32_t code = static_cast<std::uint32_t>(type) << 20 | 0x0064 | (flags & 1 ? kUnsigned : 0) |
+                                 (flags & 2 ? kHex : 0) | (flags & 4 ? kBinary : 0) | (flags & 8 ? kSwapped : 0);
+      const std::string format = DefaultFormat(code);
+      const bool lossless = DisplayIsLossless(code);
+      for (const Wire& wire : SampleWires(code, rng)) {
+        ASSERT_NO_FATAL_FAILURE(CheckRoundTrip(wire, code, format, 1, 0, lossless));
+      }
+    }
+  }
+}
+
+TEST(RoundTrip, BitElementsOfEveryWidth) {
+  std::mt19937 rng(1234);
+  for (int bits = 1; bits <= 16; ++bits) {
+    for (std::uint32_t flags : {0u, kHex, kBinary, kHex | kBinary, kUnsigned}) {
+      for (std::uint32_t table : {0x20000000u, 0x30000000u}) {
+        const std::uint32_t code = table | static_cast<std::uint32_t>(bits - 1) << 20 | flags | 0x0011;
+        const std::string format = DefaultFormat(code);
+        const std::uint32_t top = (1u << bits) - 1;
+        std::vector<std::uint32_t> values = {0, 1, top, top >> 1, (top >> 1) + 1};
+        std::uniform_int_distribution<std::uint32_t> pick(0, top);
+        for (int i = 0; i < 400; ++i) values.push_back(pick(rng));
+        for (std::uint32_t value : values) {
+          const Wire wire = {static_cast<std::uint8_t>(value & 0xFF), static_cast<std::uint8_t>(value >> 8)};
+          ASSERT_NO_FATAL_FAILURE(
+              CheckRoundTrip(Wire(wire.begin(), wire.begin() + (bits + 7) / 8), code, format, 1, 0, true));
+        }
+      }
+    }
+  }
+}
+
+// Scaled plain numbers read back exactly when the format keeps enough digits.
+// (A format that rounds can show an edge value that cannot be typed back:
+// -32768 with k = 0.1 and "0" shows "-3277", which is out of range; so can a
+// time past a day, which the clock wraps, or a negative one, which shows its
+// size only: -32768 s shows "09:06:08".)
+TEST(RoundTrip, ScaledValuesAndTimeOfDay) {
+  struct Scaled {
+    std::uint32_t code;
+    const char* format;
+    double k;
+    double x0;
+    bool lossless;
+  };
+  const Scaled cases[] = {
+      {0x00000000, "0.0", 0.1, 0, true},
+      {0x80000000, "0.0", 0.5, -20, true},
+      {0x00010000 | 1 << 20, "0.000", 0.001, 100, true},
+      {0x80000000 | 1 << 20, "# ### ### ##0", -2, 7, true},
+      {4 << 20, "0.00", 0.25, 1000, true},
+      {0x00000000, "0", 10, -3, true},
+      {1 << 20, "0.000 E+00", 3, 0, false},  // four digits of a ten-digit number
+      {2 << 20, "0.00", 2, -1, false},
+      {0x00010000 | 3 << 20, "0.000 E+00", 0.5, 5, false},
+      {0x80000000 | 1 << 20, "hh:mm:ss", 1, 0, false},  // beyond a day the clock wraps
+      {0x80000000, "hh:mm:ss", 1, 0, true},             // 0..65535 s stays within a day
+      {0x00000000, "hh:mm:ss", 2, 30, false},           // -65506..65564 s: negatives show their size only
+      {0x80000000, "hh:mm:ss", 1, 30, true},
+  };
+  std::mt19937 rng(99);
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << "format " << c.format << " k " << c.k << " x0 " << c.x0);
+    for (const Wire& wire : SampleWires(c.code, rng)) {
+      ASSERT_NO_FATAL_FAILURE(CheckRoundTrip(wire, c.code, c.format, c.k, c.x0, c.lossless));
+    }
+  }
+}
+
+}  // namespace
+}  // namespace quorvel
