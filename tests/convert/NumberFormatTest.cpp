@@ -26,6 +26,33 @@ void ExpectAll(const Case (&cases)[N]) {
   ExpectAll(cases, cases + N);
 }
 
+// Results the Windows format-picture engine is documented to give; project
+// files were written against it, so odd pictures must come out the same here.
+TEST(FormatNumber, AgreesWithTheWindowsPictureEngine) {
+  ExpectAll({
+      {1, "1#####0000", "10001"},
+      {1, "#00##00#0", "00000001"},
+      {1, "##abcdefghijklmnopqrstuvwxyz", "1abcdefghijklmnopqrstuvwxyz"},
+      {123456789, "#,#.#", "123,456,789."},
+      {123456789, "###, ###, ###", "123, 456, 789"},
+      {1.23456789, "0#.0#0#0#0#0", "01.234567890"},
+      {0.00000008, "#0.#0#0#0#0#0", "0.0000000800"},
+      {17, "#3.33", "173.33"},
+      {0.17, "#.33", ".33"},
+      {1.7, "0.0000E-000", "1.7000E000"},
+      {86.936849, "#0.000000000000e-000", "86.936849000000e000"},
+      {450.0001e+43, "#000.0000e+0", "4500.0010e+42"},
+      {0.0317e-11, "0000.0000e-0", "3170.0000e-16"},
+      {47.11, ".0000E+0", ".4711E+2"},
+      {-0.1, ".#", "-.1"},
+      {0.0049, "#.##", "."},
+      {8.0995, "#.##", "8.1"},
+      {0, "#", ""},
+      {1, "00\\c\\o\\p\\y", "01copy"},
+      {0, "\"pos\";\"neg\";\"zero\"", "zero"},
+  });
+}
+
 // The pictures elements receive by default, worked out by hand.
 TEST(FormatNumber, DefaultPictures) {
   const Case cases[] = {
