@@ -30,6 +30,13 @@ int RunCheck(const Args& args, Io& io);
 int RunDecode(const Args& args, Io& io);
 int RunEncode(const Args& args, Io& io);
 
+// A project file as JSON, and a project file built from such JSON.
+int RunDump(const Args& args, Io& io);
+int RunBuild(const Args& args, Io& io);
+
+// Forwards between two new pseudo-terminals until SIGINT, SIGTERM or SIGHUP.
+int RunNullModem(const Args& args, Io& io);
+
 // Dispatches argv (program name first) to a command.
 int Main(const Args& argv, Io& io);
 

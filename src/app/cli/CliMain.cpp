@@ -20,12 +20,16 @@ const std::map<std::string, CommandEntry>& Commands() {
       {"check", {RunCheck, "check rtu|ascii FRAME..."}},
       {"decode", {RunDecode, "decode CODE HEXBYTES... [--format F] [--k K] [--x0 X]"}},
       {"encode", {RunEncode, "encode CODE TEXT [--format F] [--k K] [--x0 X]"}},
+      {"dump", {RunDump, "dump FILE.qvc [--codepage N]"}},
+      {"build", {RunBuild, "build FILE.json -o FILE.qvc [--codepage N]"}},
+      {"nullmodem", {RunNullModem, "nullmodem [--baud B] [--drop N] [--flip N] [--noise N] [--link DIR]"}},
   };
   return kCommands;
 }
 
 void PrintHelp(std::ostream& out) {
-  out << "Quorvel " << kVersion << ": Modbus serial line companion\n\ncommands:\n";
+  out << "usage: quorvel-cli COMMAND [ARGUMENTS...]\n\nQuorvel " << kVersion
+      << ": Modbus serial line companion\n\ncommands:\n";
   for (const auto& [name, entry] : Commands()) out << "  quorvel-cli " << entry.usage << "\n";
 }
 

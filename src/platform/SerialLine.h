@@ -1,0 +1,75 @@
+#pragma once
+
+// One serial line, as the port object sees it: opened exclusively with its
+// line settings, written to and read from without ever blocking, and closed
+// with the settings it had before restored. Two kinds exist: a device path
+// (TermiosLine) and an in-memory line for tests (MemoryLine).
+//
+// Nothing here waits. Reads take what has arrived; writes hand the bytes over
+// and return, and the line keeps what the driver could not take yet and sends
+// it on later calls (OutputQueued tells how much is still on its way). Once
+// the line is gone (adapter unplugged, other end closed) every call returns at
+// once, reports Gone, and the line can be opened again when the device is back.
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "platform/LineSettings.h"
+#include "platform/OpenFailure.h"
+
+namespace quorvel::platform {
+
+enum class IoStatus : std::uint8_t {
+  Ok,      // `count` bytes moved (0 for a read when nothing has arrived)
+  Gone,    // the line went away; close it and open it again later
+  Failed,  // another error (`error` holds the errno); the line may recover
+  Closed,  // the line is not open
+};
+
+struct IoResult {
+  std::size_t count = 0;
+  IoStatus status = IoStatus::Ok;
+  int error = 0;
+};
+
+enum class PurgeWhat : std::uint8_t { Input = 1, Output = 2, Both = 3 };
+
+class SerialLine {
+ public:
+  virtual ~SerialLine() = default;
+
+  // Opens the line exclusively and applies `settings`. A setting the device
+  // cannot take is left at the driver's value without failing the open: only
+  // not getting the line at all is a failure. Opening an open line closes it
+  // first. Returns a failure whose cause is None when the line is open.
+  [[nodiscard]] virtual OpenFailure Open(const LineSettings& settings) = 0;
+
+  // Drops whatever is still queued either way, restores the settings found at
+  // open and releases the line. Harmless when not open.
+  virtual void Close() = 0;
+
+  virtual bool IsOpen() const = 0;
+
+  // Hands all of `bytes` to the line (count = bytes.size()), unless it is gone
+  // or closed.
+  virtual IoResult Write(std::span<const std::uint8_t> bytes) = 0;
+
+  // Moves what has arrived, up to into.size() bytes, without waiting.
+  virtual IoResult ReadAvailable(std::span<std::uint8_t> into) = 0;
+
+  // Bytes that have arrived and wait to be read (the input-queue count).
+  virtual std::size_t BytesAvailable() = 0;
+
+  // Bytes written but not yet sent out; 0 once the last one has left the line,
+  // as far as the device can tell.
+  virtual std::size_t OutputQueued() = 0;
+
+  // Discards received bytes not yet read, and/or written bytes not yet sent.
+  virtual void Purge(PurgeWhat what) = 0;
+
+  // The line went away while open; stays true until it is closed.
+  virtual bool IsGone() const = 0;
+};
+
+}  // namespace quorvel::platform

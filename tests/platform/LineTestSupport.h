@@ -1,0 +1,70 @@
+#pragma once
+
+// Helpers for the tests that need real time (pseudo-terminals): every wait
+// ends after `timeoutMs` at the latest, so a fault fails a test instead of
+// hanging it.
+
+#include <poll.h>
+#include <stdlib.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <vector>
+
+#include "platform/SerialLine.h"
+
+namespace quorvel::platform {
+
+inline void SleepMs(int ms) {
+  const timespec pause{ms / 1000, (ms % 1000) * 1'000'000L};
+  nanosleep(&pause, nullptr);
+}
+
+// Reads from `line` until `count` bytes have come, the line fails, or time is up.
+inline std::vector<std::uint8_t> ReadLine(SerialLine& line, std::size_t count, int timeoutMs = 2000) {
+  std::vector<std::uint8_t> got;
+  const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+  std::uint8_t buffer[4096];
+  while (got.size() < count && std::chrono::steady_clock::now() < end) {
+    const IoResult r = line.ReadAvailable(buffer);
+    if (r.status != IoStatus::Ok) break;
+    got.insert(got.end(), buffer, buffer + r.count);
+    if (r.count == 0) SleepMs(1);
+  }
+  return got;
+}
+
+// Reads from a descriptor until `count` bytes have come or nothing comes for `timeoutMs`.
+inline std::vector<std::uint8_t> ReadFd(int fd, std::size_t count, int timeoutMs = 2000) {
+  std::vector<std::uint8_t> got;
+  std::uint8_t buffer[4096];
+  pollfd p{fd, POLLIN, 0};
+  while (got.size() < count && poll(&p, 1, timeoutMs) > 0) {
+    const ssize_t n = read(fd, buffer, std::min(sizeof buffer, count - got.size()));
+    if (n <= 0) break;
+    got.insert(got.end(), buffer, buffer + n);
+  }
+  return got;
+}
+
+// A scratch directory of the test's own, removed afterwards.
+class TempDir {
+ public:
+  TempDir() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "quorvel-test-XXXXXX").string();
+    path_ = mkdtemp(pattern.data());
+  }
+  ~TempDir() {
+    std::error_code ec;
+    std::filesystem::remove_all(path_, ec);
+  }
+  const std::filesystem::path& path() const { return path_; }
+
+ private:
+  std::filesystem::path path_;
+};
+
+}  // namespace quorvel::platform
