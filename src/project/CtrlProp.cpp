@@ -73,13 +73,15 @@ void CtrlProp::SetProp(PanelControl& control) {
   }
 }
 
+std::string CtrlProp::AddressCaption() const { return TablePrefix(f_.Address) + FourDigits(f_.Address); }
+
 void CtrlProp::TBoxToolTip(PanelControl& control) const {
   if (control.Name() != "TBox") return;
   const AddressCode code(f_.Address);
   const std::string address = FourDigits(f_.Address);
   control.SetCaption("");
   PanelControl& label = control.Container().Tbd(control.Index());
-  label.SetCaption(TablePrefix(f_.Address) + address);
+  label.SetCaption(AddressCaption());
 
   std::string kind, type, format, swap;
   if (!code.isBit()) {

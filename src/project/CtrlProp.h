@@ -35,6 +35,9 @@ class CtrlProp {
   void SetProp(PanelControl& control);
   // For a "TBox": the address caption of its value label and the tool tips.
   void TBoxToolTip(PanelControl& control) const;
+  // What the value label of a "TBox" shows before any value: the table's
+  // prefix and the address in four digits ("HR0040", "C 0007").
+  std::string AddressCaption() const;
   // Takes every stored field of `other` through its read properties.
   void CopyClassProp(const CtrlProp& other);
 

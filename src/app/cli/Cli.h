@@ -29,6 +29,7 @@ int RunFrame(const Args& args, Io& io);
 int RunCheck(const Args& args, Io& io);
 int RunDecode(const Args& args, Io& io);
 int RunEncode(const Args& args, Io& io);
+int RunRun(const Args& args, Io& io);
 
 // A project file as JSON, and a project file built from such JSON.
 int RunDump(const Args& args, Io& io);

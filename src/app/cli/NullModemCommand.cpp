@@ -1,8 +1,6 @@
 // quorvel-cli nullmodem: a virtual null-modem cable between two
 // pseudo-terminals, for tests, benchmarks and the demo without serial ports.
 
-#include <signal.h>
-#include <sys/signalfd.h>
 #include <unistd.h>
 
 #include <charconv>
@@ -11,6 +9,7 @@
 #include <system_error>
 
 #include "app/cli/HexArgs.h"
+#include "platform/StopSignals.h"
 #include "platform/NullModem.h"
 
 namespace quorvel::cli {
@@ -67,43 +66,7 @@ void PrintCounts(std::ostream& out, const platform::NullModem& modem, End from) 
 // SIGINT, SIGTERM and SIGHUP arrive through a descriptor that the forwarding
 // loop watches, so stopping needs no signal handler and is never lost
 // between two polls. Restores the signal mask when it goes.
-class StopSignals {
- public:
-  StopSignals() {
-    sigemptyset(&set_);
-    sigaddset(&set_, SIGINT);
-    sigaddset(&set_, SIGTERM);
-    sigaddset(&set_, SIGHUP);
-    // A shell starts background jobs with SIGINT ignored, and an ignored
-    // signal never reaches the descriptor: take them back while blocked.
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-      struct sigaction dflt {};
-      dflt.sa_handler = SIG_DFL;
-      sigaction(signal, &dflt, nullptr);
-    }
-    pthread_sigmask(SIG_BLOCK, &set_, &previous_);
-    fd_ = signalfd(-1, &set_, SFD_CLOEXEC | SFD_NONBLOCK);
-  }
-  ~StopSignals() {
-    if (fd_ >= 0) {
-      // Taken off the pending set, or they would end the process on unblocking.
-      signalfd_siginfo info{};
-      while (read(fd_, &info, sizeof info) == static_cast<ssize_t>(sizeof info)) {
-      }
-      close(fd_);
-    }
-    pthread_sigmask(SIG_SETMASK, &previous_, nullptr);
-  }
-  StopSignals(const StopSignals&) = delete;
-  StopSignals& operator=(const StopSignals&) = delete;
 
-  int fd() const { return fd_; }
-
- private:
-  sigset_t set_{};
-  sigset_t previous_{};
-  int fd_ = -1;
-};
 
 }  // namespace
 
@@ -137,7 +100,7 @@ int RunNullModem(const Args& args, Io& io) {
   }
   int status = 0;
   {
-    const StopSignals stop;
+    const platform::StopSignals stop;
     io.out << modem.Path(End::A) << "\n" << modem.Path(End::B) << "\n" << std::flush;
     status = stop.fd() < 0 ? errno : modem.Run(stop.fd());
   }

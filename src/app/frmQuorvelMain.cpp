@@ -1,0 +1,149 @@
+#include "app/frmQuorvelMain.h"
+
+#include <algorithm>
+#include <iostream>
+
+#include "platform/SerialProbe.h"
+#include "platform/TermiosLine.h"
+#include "serial/clsCOM.h"
+
+namespace quorvel {
+
+frmQuorvelMain::frmQuorvelMain(platform::Clock& clock, platform::PortMap portMap, LineFactory lines)
+    : clock_(clock), portMap_(std::move(portMap)), lines_(std::move(lines)) {
+  if (!lines_) {
+    lines_ = [this](int com) -> std::unique_ptr<platform::SerialLine> {
+      return std::make_unique<platform::TermiosLine>(portMap_.Path(com));
+    };
+  }
+  SetDefaultPortSettings();
+}
+
+frmQuorvelMain::~frmQuorvelMain() {
+  // Windows first, then the ports they used, as the frame unloads.
+  forms_.clear();
+  for (PortEntry& entry : globals_.Ports) entry.Port.reset();
+}
+
+void frmQuorvelMain::SetDefaultPortSettings() {
+  for (PortEntry& entry : globals_.Ports) entry.dcb = DCB{};
+}
+
+frmQuorvel* frmQuorvelMain::OpenProject(const std::string& path) {
+  auto window = std::make_unique<frmQuorvel>(*this);
+  if (!window->SetProjectFile(path)) return nullptr;
+  forms_.push_back(std::move(window));
+  frmQuorvel* opened = forms_.back().get();
+  opened->ShowCaption();
+  opened->RefreshStatistics();
+  SetMenus();
+  return opened;
+}
+
+void frmQuorvelMain::CloseDevice(frmQuorvel& window) {
+  const auto it = std::find_if(forms_.begin(), forms_.end(), [&](const auto& form) { return form.get() == &window; });
+  if (it == forms_.end()) return;
+  (*it)->Form_Unload();
+  forms_.erase(it);
+}
+
+void frmQuorvelMain::FindPorts() {
+  for (int com = 1; com <= 16; ++com) {
+    PortEntry& entry = Port(com);
+    if (entry.State == PortEntry::kOpen) continue;
+    entry.State = platform::ProbeSerialPath(portMap_.Path(com)) ? PortEntry::kClosed : PortEntry::kNotAvailable;
+  }
+  SetMenus();
+}
+
+void frmQuorvelMain::OpenCOM() {
+  for (std::int16_t com = 1; com <= 16; ++com) {
+    PortEntry& entry = Port(com);
+    if (entry.State == PortEntry::kClosed && entry.Connections != 0) {
+      auto port =
+          std::make_unique<clsCOM>(entry, *this, clock_, lines_, [this](const std::string& text) { MsgBox(text); });
+      std::int16_t number = com;
+      if (port->OpenCOM(number)) {
+        entry.State = PortEntry::kOpen;
+        entry.Port = std::move(port);
+      } else {
+        entry.State = PortEntry::kNotAvailable;
+      }
+    }
+    if (entry.State == PortEntry::kOpen && entry.Connections == 0) {
+      entry.State = PortEntry::kClosed;
+      entry.Port.reset();
+    }
+  }
+  const bool wasActive = portsActive_;
+  portsActive_ = std::any_of(globals_.Ports.begin() + 1, globals_.Ports.end(),
+                             [](const PortEntry& entry) { return entry.State == PortEntry::kOpen; });
+  if (!wasActive) checkEnabled_ = portsActive_;
+  pollingEnabled_ = portsActive_;
+}
+
+void frmQuorvelMain::PollingTimer_Timer() {
+  std::array<frmQuorvel*, 17> best{};
+  std::array<std::int32_t, 17> bestTime;
+  bestTime.fill(frmQuorvel::kNever);
+  for (const auto& form : forms_) {
+    const std::int16_t com = form->COM();
+    if (com == 0) continue;
+    const PortEntry& entry = Port(com);
+    if (!entry.Busy && entry.State == PortEntry::kOpen && form->Connected() && form->Mode() == kMaster) {
+      // Strictly less: ties go to the window loaded first.
+      if (form->NextTime() < bestTime[com]) {
+        best[com] = form.get();
+        bestTime[com] = form->NextTime();
+      }
+    }
+  }
+  const std::int32_t now = clock_.GetTickCount();
+  for (int com = 1; com <= 16; ++com) {
+    if (best[com] && !Port(com).Busy && bestTime[com] < now) best[com]->DoRequest();
+  }
+}
+
+void frmQuorvelMain::CheckTimer_Timer() {
+  if (!portsActive_) {
+    checkEnabled_ = false;
+    return;
+  }
+  for (int com = 1; com <= 16; ++com) {
+    PortEntry& entry = Port(com);
+    if (entry.Busy && entry.State == PortEntry::kOpen && entry.Connections != 0 && entry.Port) entry.Port->Hit();
+  }
+}
+
+void frmQuorvelMain::MsgBox(const std::string& text) {
+  if (msgBox_) {
+    msgBox_(text);
+  } else {
+    std::cerr << text << "\n";
+  }
+}
+
+void frmQuorvelMain::ShowMsg(const std::string& text) {
+  if (showMsg_) {
+    showMsg_(text);
+  } else {
+    std::cerr << text << "\n";
+  }
+}
+
+void frmQuorvelMain::SetMenus() {
+  for (const auto& form : forms_) {
+    form->ShowCaption();
+    bool anyVisible = false;
+    for (int com = 1; com <= 16; ++com) {
+      MenuItem& item = form->menus.mnuCOM[com];
+      const PortEntry& entry = Port(com);
+      item.Visible = entry.State != PortEntry::kNotAvailable;
+      if (item.Visible) item.Enabled = entry.Mode == 0 || entry.Mode == form->Mode();
+      anyVisible = anyVisible || item.Visible;
+    }
+    form->menus.mnuConnection1.Visible = anyVisible;
+  }
+}
+
+}  // namespace quorvel

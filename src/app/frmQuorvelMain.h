@@ -1,0 +1,80 @@
+#pragma once
+
+// The main frame's core: the device windows in load order, the port table,
+// opening and closing ports, and the two timer ticks that drive all traffic.
+// The desktop frame and the headless runner both sit on top of it.
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "app/PublicVeriables.h"
+#include "device/frmQuorvel.h"
+#include "platform/Clock.h"
+#include "platform/PortMap.h"
+#include "platform/SerialLine.h"
+#include "serial/DeviceLink.h"
+#include "serial/clsCOM.h"  // the port table owns the open ports
+
+namespace quorvel {
+
+class frmQuorvelMain : public DeviceHost, public DeviceDirectory {
+ public:
+  using LineFactory = std::function<std::unique_ptr<platform::SerialLine>(int com)>;
+  using MessageSink = std::function<void(const std::string&)>;
+
+  // `lines` makes the line of a COM port; by default a termios line on the
+  // port's mapped path.
+  frmQuorvelMain(platform::Clock& clock, platform::PortMap portMap = {}, LineFactory lines = {});
+  ~frmQuorvelMain() override;
+
+  PublicVeriables& Globals() { return globals_; }
+  const platform::PortMap& PortMap() const { return portMap_; }
+
+  // Where message boxes and message-window texts go.
+  void SetMsgBoxSink(MessageSink sink) { msgBox_ = std::move(sink); }
+  void SetShowMsgSink(MessageSink sink) { showMsg_ = std::move(sink); }
+
+  // A new device window for the project; nullptr when it does not load.
+  frmQuorvel* OpenProject(const std::string& path);
+  void CloseDevice(frmQuorvel& window);
+  const std::vector<std::unique_ptr<frmQuorvel>>& Devices() const { return forms_; }
+
+  // Marks ports that cannot be opened, or are no serial line, as not available.
+  void FindPorts();
+  // Fills every port record with the default line settings.
+  void SetDefaultPortSettings();
+
+  void PollingTimer_Timer();
+  void CheckTimer_Timer();
+  bool PortsActive() const { return portsActive_; }
+  bool PollingTimerEnabled() const { return pollingEnabled_; }
+  bool CheckTimerEnabled() const { return checkEnabled_; }
+
+  // DeviceHost
+  PortEntry& Port(int com) override { return globals_.Ports.at(static_cast<std::size_t>(com)); }
+  void OpenCOM() override;
+  std::int32_t GetTickCount() override { return clock_.GetTickCount(); }
+  void MsgBox(const std::string& text) override;
+  void ShowMsg(const std::string& text) override;
+  void SetMenus() override;
+
+  // DeviceDirectory
+  std::size_t DeviceCount() const override { return forms_.size(); }
+  DeviceLink& Device(std::size_t index) override { return *forms_.at(index); }
+
+ private:
+  platform::Clock& clock_;
+  platform::PortMap portMap_;
+  LineFactory lines_;
+  MessageSink msgBox_;
+  MessageSink showMsg_;
+  PublicVeriables globals_;
+  std::vector<std::unique_ptr<frmQuorvel>> forms_;
+  bool portsActive_ = false;
+  bool pollingEnabled_ = false;
+  bool checkEnabled_ = false;
+};
+
+}  // namespace quorvel

@@ -1,0 +1,35 @@
+#pragma once
+
+// The state of a device window's menus, held in the core so that the desktop
+// only draws it and tests read it.
+
+#include <array>
+#include <string>
+#include <vector>
+
+namespace quorvel {
+
+struct MenuItem {
+  std::string Caption;
+  bool Checked = false;
+  bool Enabled = true;
+  bool Visible = true;
+};
+
+struct DeviceMenus {
+  MenuItem mnuConnect{"&Connect"};
+  MenuItem mnuConnection1{"Connection"};
+  // Index 1..16; element 0 unused.
+  std::array<MenuItem, 17> mnuCOM{};
+  // Index 1..3 (Master, Slave, Monitor); element 0 unused.
+  std::array<MenuItem, 4> mnuMode{};
+  MenuItem mnuAutoEnable{"Auto Requests &Enable", true};
+  MenuItem mnuSettings{"Master &Settings"};
+  // Index 1..2: the two user menus.
+  std::array<MenuItem, 3> mnuUserMain{};
+  // The user menus' items; element 0 is the hidden template.
+  std::vector<MenuItem> mnuUser1{MenuItem{"", false, true, false}};
+  std::vector<MenuItem> mnuUser2{MenuItem{"", false, true, false}};
+};
+
+}  // namespace quorvel

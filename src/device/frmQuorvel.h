@@ -1,0 +1,160 @@
+#pragma once
+
+// A device window: one open project, i.e. one Modbus device as the user sees
+// it. It holds the device's mode, slave address, port and timing, its requests
+// and panel elements and the counters of its traffic, and keeps the shared
+// port table's counts in step with its own settings. This is the window's
+// core; a desktop view draws its panel and menus.
+
+#include <array>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "convert/AddressCode.h"
+#include "device/DeviceHost.h"
+#include "device/DeviceMenus.h"
+#include "modbus/MasterTransaction.h"
+#include "project/CodePage.h"
+#include "project/Panel.h"
+#include "project/ProjectLoader.h"
+#include "serial/DeviceLink.h"
+
+namespace quorvel {
+
+inline constexpr std::int16_t kMaster = 1;
+inline constexpr std::int16_t kSlave = 2;
+inline constexpr std::int16_t kMonitor = 3;
+
+// "Master", "Slave", "Monitor"; "" for any other value.
+std::string ModeName(int mode);
+
+// Lowest and highest address covered by one table's elements.
+struct AddressRange {
+  std::int32_t lowest = 65535;
+  std::int32_t highest = 0;
+  bool Contains(std::int32_t first, std::int32_t last) const { return first >= lowest && last <= highest; }
+};
+
+class frmQuorvel : public DeviceLink {
+ public:
+  static constexpr std::int32_t kNever = 2147483647;
+  static constexpr std::int32_t kAtOnce = -1000;
+
+  explicit frmQuorvel(DeviceHost& host, const CodePage& codePage = CodePage::Default());
+  frmQuorvel(const frmQuorvel&) = delete;
+  frmQuorvel& operator=(const frmQuorvel&) = delete;
+
+  // Properties. Setters with side effects on menus and the port table.
+  bool WaitResponce() const override { return waitResponce_; }
+  std::int32_t NextTime() const { return nextTime_; }
+  void SetNextTime(std::int32_t v) { nextTime_ = v; }
+  bool Connected() const override { return connected_; }
+  void SetConnected(bool v);
+  bool AutoEnable() const { return autoEnable_; }
+  void SetAutoEnable(bool v);
+  std::uint8_t ID() const override { return id_; }
+  void SetID(std::uint8_t v) { id_ = v; }
+  std::int16_t Mode() const { return mode_; }
+  void SetMode(std::int16_t m);
+  std::int16_t COM() const override { return com_; }
+  void SetCOM(std::int16_t n);
+  bool DirectWrite() const { return directWrite_; }
+  std::int16_t Exeptions() const { return exeptions_; }
+  std::int32_t LongDataType() const { return longDataType_; }
+  std::int32_t Interval() const { return interval_; }
+  void SetInterval(std::int32_t v) { interval_ = v; }
+  std::int32_t PollingPeriod() const { return pollingPeriod_; }
+  void SetPollingPeriod(std::int32_t v) { pollingPeriod_ = v; }
+  std::int32_t Timeout() const { return timeout_; }
+  void SetTimeout(std::int32_t v) { timeout_ = v; }
+  const std::string& ProjectFile() const { return projectFile_; }
+  // Loads the project; on failure the path goes back to "" and false comes back.
+  bool SetProjectFile(const std::string& path);
+  const std::string& ProjectTitle() const { return projectTitle_; }
+  void SetProjectTitle(std::string v) { projectTitle_ = std::move(v); }
+  std::int32_t ConnectTime() const { return connectTime_; }
+
+  // Polling cycle: sends the next request of this window.
+  void DoRequest();
+  // Turns periodic requests on or off and reschedules.
+  void mnuAutoEnable_Click();
+
+  // Value display and statistics.
+  void ShowCaption();
+  const std::string& Caption() const { return caption_; }
+  void RefreshStatistics();
+  const std::string& lblStatistic() const { return statistic_; }
+  void StoreResponseData(std::span<const std::uint8_t> frame, std::int32_t length);
+  void ResetPanel();
+  void ComputeAddressRanges();
+  const AddressRange& Range(Table table) const { return ranges_[static_cast<int>(table)]; }
+  const ElementCollection& ElementsOf(Table table) const;
+  void EmulatedValueStep(CtrlProp& element);
+  void mnuClearCounters_Click();
+  const MODBUS::TrafficCounters& Counters() const { return counters_; }
+
+  // Traffic, called by the port object.
+  void GetResponce(std::int32_t code, std::int32_t& length, std::span<std::uint8_t> buffer) override;
+  void DoResponce(std::span<std::uint8_t> buffer, std::int32_t count) override;
+  void FrameHeard(std::span<const std::uint8_t> frame) override;
+  // Frames a Monitor window heard, oldest first (the newest few hundred).
+  const std::deque<std::vector<std::uint8_t>>& Heard() const { return heard_; }
+
+  // Leaves the port table as if the window had never been there.
+  void Form_Unload();
+
+  // The project's content.
+  ElementCollection HoldingElements;
+  ElementCollection CoilElements;
+  ElementCollection InputRegElements;
+  ElementCollection DiscreteElements;
+  ElementCollection PictureElements;
+  std::vector<std::shared_ptr<ReqProp>> Requests;
+  std::deque<std::shared_ptr<ReqProp>> PendingRequests;
+  std::shared_ptr<ReqProp> CurrentRequest;
+  std::shared_ptr<ReqProp> LastRequest;
+  // User menu captions as the project gives them.
+  std::array<std::string, 3> UserMenuCaption{};
+
+  DeviceMenus menus;
+  Panel& panel() { return *panel_; }
+  const CodePage& codePage() const { return codePage_; }
+  DeviceHost& host() { return host_; }
+
+ private:
+  void UpdateModeMenus();
+  void ScheduleAll(bool enable);
+
+  DeviceHost& host_;
+  const CodePage& codePage_;
+  std::unique_ptr<Panel> panel_;
+
+  bool waitResponce_ = false;
+  std::int32_t nextTime_ = 0;
+  bool connected_ = false;
+  bool autoEnable_ = true;
+  std::uint8_t id_ = 1;
+  std::int16_t mode_ = kMaster;
+  std::int16_t com_ = 0;
+  bool directWrite_ = false;
+  std::int16_t exeptions_ = 0;
+  std::int32_t longDataType_ = 0;
+  std::int32_t interval_ = 0;
+  std::int32_t pollingPeriod_ = 0;
+  std::int32_t timeout_ = 0;
+  std::string projectFile_;
+  std::string projectTitle_;
+  std::int32_t connectTime_ = 0;
+
+  MODBUS::TrafficCounters counters_;
+  std::string caption_;
+  std::string statistic_ = " rQ: 0000 Err: 0000";
+  std::array<AddressRange, 4> ranges_{};
+  std::deque<std::vector<std::uint8_t>> heard_;
+};
+
+}  // namespace quorvel

@@ -1,0 +1,182 @@
+// What a device window shows: caption, statistics line, values from responses,
+// the panel reset for a mode, address ranges and the emulated values.
+
+#include <algorithm>
+#include <cmath>
+
+#include "convert/RegisterDecode.h"
+#include "device/frmQuorvel.h"
+#include "serial/PortEntry.h"
+
+namespace quorvel {
+namespace {
+
+// Register or bit count of an element.
+int Size(const CtrlProp& element) { return AddressCode(element.Address()).width(); }
+
+std::string Framing(const PortEntry& entry) {
+  std::string text;
+  // Stop bits first, then parity, then data bits: the order users know from this program.
+  switch (entry.dcb.StopBits) {
+    case 0:
+      text += "-1";
+      break;
+    case 2:
+      text += "-2";
+      break;
+    default:
+      break;
+  }
+  switch (entry.dcb.Parity) {
+    case 0:
+      text += "-n-";
+      break;
+    case 1:
+      text += "-o-";
+      break;
+    case 2:
+      text += "-e-";
+      break;
+    default:
+      break;
+  }
+  text += entry.ASCII && !entry.ASCII8bits ? "7" : "8";
+  text += entry.ASCII ? " ASCII" : " RTU";
+  return text;
+}
+
+}  // namespace
+
+const ElementCollection& frmQuorvel::ElementsOf(Table table) const {
+  switch (table) {
+    case Table::Holding:
+      return HoldingElements;
+    case Table::InputReg:
+      return InputRegElements;
+    case Table::Coil:
+      return CoilElements;
+    case Table::Discrete:
+      return DiscreteElements;
+  }
+  return HoldingElements;
+}
+
+void frmQuorvel::ShowCaption() {
+  std::string text = projectTitle_ + " " + ModeName(mode_) + " ID:" + std::to_string(id_);
+  if (com_ != 0) {
+    const PortEntry& entry = host_.Port(com_);
+    if (entry.State == PortEntry::kOpen && connected_) text += " Connected:";
+    if (entry.State == PortEntry::kNotAvailable) text += " Not available:";
+    text += " COM" + std::to_string(com_) + "  " + std::to_string(entry.dcb.BaudRate) + Framing(entry);
+  }
+  caption_ = text;
+}
+
+void frmQuorvel::RefreshStatistics() {
+  const MODBUS::TrafficCounters& c = counters_;
+  std::string text;
+  const auto part = [&text](const char* label, std::int32_t value, bool always) {
+    if (always || value > 0) text += std::string(label) + std::to_string(value);
+  };
+  if (mode_ == kMaster) {
+    const std::int64_t errors =
+        std::int64_t{c.TOErr} + c.DtErr + c.PtyErr + c.CRCErr + c.FrErr + c.Ex1 + c.Ex2 + c.Ex3 + c.Ex4;
+    part(" rQ:", c.RequestCount, true);
+    part(" Err:", static_cast<std::int32_t>(errors), true);
+    part(" TOErr:", c.TOErr, false);
+    part(" DtErr:", c.DtErr, false);
+    part(" FrErr:", c.FrErr, false);
+    part(" PtyErr:", c.PtyErr, false);
+    part(" CRCErr:", c.CRCErr, false);
+  } else if (mode_ == kSlave) {
+    part(" rQ:", c.SlaveRequestCount, true);
+    part(" Err:", static_cast<std::int32_t>(std::int64_t{c.Ex1} + c.Ex2 + c.Ex3 + c.Ex4), true);
+  } else {
+    return;  // A Monitor leaves the line as it is.
+  }
+  part(" Ex1:", c.Ex1, false);
+  part(" Ex2:", c.Ex2, false);
+  part(" Ex3:", c.Ex3, false);
+  part(" Ex4:", c.Ex4, false);
+  statistic_ = text;
+}
+
+void frmQuorvel::StoreResponseData(std::span<const std::uint8_t> frame, std::int32_t length) {
+  if (!LastRequest) return;
+  const std::int32_t func = LastRequest->Func();
+  const std::int32_t first = LastRequest->ReadAddr();
+  const std::int32_t count = LastRequest->ReadQnt();
+  const auto inBlock = [&](std::int32_t a) { return first <= a && a < first + count; };
+  // Only what the response really holds is read; bytes beyond it read as 0.
+  const auto data = frame.first(static_cast<std::size_t>(std::clamp<std::int32_t>(length, 0, frame.size())));
+
+  if (func == 3 || func == 23 || func == 4) {
+    for (const auto& [key, element] : func == 4 ? InputRegElements : HoldingElements) {
+      const std::int32_t a = element->Address() & 0xFFFF;
+      if (!inBlock(a)) continue;
+      const int n = std::min(2 * Size(*element), 8);
+      std::array<std::uint8_t, 8> bytes{};
+      const std::size_t from = static_cast<std::size_t>((a - first) * 2 + 3);
+      for (int i = 0; i < n; ++i)
+        if (from + i < data.size()) bytes[i] = data[from + i];
+      element->SetData(DecodeRegisters(std::span(bytes).first(n), element->Address()));
+    }
+  } else if (func == 1 || func == 2) {
+    for (const auto& [key, element] : func == 1 ? CoilElements : DiscreteElements) {
+      const std::int32_t a = element->Address() & 0xFFFF;
+      if (!inBlock(a)) continue;
+      element->SetData(DecodeBits(data, (a - first) + 24, Size(*element)));
+    }
+  }
+}
+
+void frmQuorvel::ResetPanel() {
+  for (Table table : {Table::Holding, Table::Coil, Table::InputReg, Table::Discrete}) {
+    for (const auto& [key, element] : ElementsOf(table)) {
+      if (mode_ == kSlave) {
+        element->SetData(element->DefaultValue());
+      } else if (PanelControl* label = element->rCtrl()) {
+        label->SetCaption("");
+      }
+    }
+  }
+}
+
+void frmQuorvel::ComputeAddressRanges() {
+  for (Table table : {Table::Holding, Table::InputReg, Table::Coil, Table::Discrete}) {
+    AddressRange range;
+    for (const auto& [key, element] : ElementsOf(table)) {
+      const std::int32_t a = element->Address() & 0xFFFF;
+      range.highest = std::max(range.highest, a + Size(*element) - 1);
+      range.lowest = std::min(range.lowest, a);
+    }
+    ranges_[static_cast<int>(table)] = range;
+  }
+}
+
+void frmQuorvel::EmulatedValueStep(CtrlProp& element) {
+  const std::int32_t period = element.Period();
+  if (period < 2) return;
+  const std::int64_t elapsed = std::int64_t{host_.GetTickCount()} - connectTime_;
+  const double t = static_cast<double>(((elapsed % period) + period) % period);
+  const double f = t / period;
+  const double d = element.DefaultValue(), v1 = element.Value1(), v2 = element.Value2();
+  double value;
+  if (element.Address() & 0x23000000u) {
+    value = f < 1.0 / 3 ? d : (f <= 2.0 / 3 ? v1 : v2);
+  } else if (f < 1.0 / 3) {
+    value = d + (v1 - d) * 3 * f;
+  } else if (f <= 2.0 / 3) {
+    value = v1 + (v2 - v1) * (3 * f - 1);
+  } else {
+    value = v2 + (d - v2) * (3 * f - 2);
+  }
+  element.SetData(value);
+}
+
+void frmQuorvel::mnuClearCounters_Click() {
+  counters_ = MODBUS::TrafficCounters{};
+  RefreshStatistics();
+}
+
+}  // namespace quorvel

@@ -1,0 +1,103 @@
+// The polling cycle of a Master window: which request goes out next.
+
+#include "device/ElementSlaveData.h"
+#include "device/frmQuorvel.h"
+#include "modbus/SlaveEmulation.h"
+#include "serial/PortEntry.h"
+#include "serial/clsCOM.h"
+
+namespace quorvel {
+
+void frmQuorvel::DoRequest() {
+  std::shared_ptr<ReqProp> request;
+  if (PendingRequests.empty()) {
+    if (!CurrentRequest) return;
+    request = CurrentRequest;
+  } else {
+    request = PendingRequests.front();
+    PendingRequests.pop_front();
+    if (PendingRequests.empty()) {
+      nextTime_ = !CurrentRequest || !autoEnable_ ? kNever : CurrentRequest->NextTime();
+    } else {
+      nextTime_ = kAtOnce;
+    }
+  }
+
+  PortEntry& entry = host_.Port(com_);
+  bool sent = false;
+  if (entry.Port) entry.Port->SendRequest(id_, *request, timeout_, interval_, sent);
+  // A refused one-shot request has left the queue already and is dropped.
+  waitResponce_ = sent;
+  if (!sent) return;
+  counters_.RequestCount += 1;
+  LastRequest = request;
+
+  if (request->Control() != 0) {
+    request->SetNextTime(kNever);
+  } else {
+    // Wrapping tick arithmetic, without an overflow trap.
+    const auto due = static_cast<std::int32_t>(static_cast<std::uint32_t>(host_.GetTickCount()) +
+                                               static_cast<std::uint32_t>(request->Period()));
+    request->SetNextTime(due);
+    if (autoEnable_) {
+      nextTime_ = kNever;
+      for (const auto& candidate : Requests) {
+        if (candidate->NextTime() < nextTime_) {
+          nextTime_ = candidate->NextTime();
+          CurrentRequest = candidate;
+        }
+      }
+    }
+  }
+  RefreshStatistics();
+}
+
+void frmQuorvel::ScheduleAll(bool enable) {
+  for (const auto& request : Requests)
+    if (request->Control() == 0) request->SetNextTime(enable ? 0 : kNever);
+  nextTime_ = enable ? 0 : kNever;
+  if (!PendingRequests.empty()) nextTime_ = kAtOnce;
+}
+
+void frmQuorvel::mnuAutoEnable_Click() {
+  SetAutoEnable(!autoEnable_);
+  if (mode_ == kMaster) ScheduleAll(autoEnable_);
+}
+
+void frmQuorvel::GetResponce(std::int32_t code, std::int32_t& length, std::span<std::uint8_t> buffer) {
+  waitResponce_ = false;
+  if (!LastRequest) return;
+  const MODBUS::ResponceOutcome outcome =
+      MODBUS::CheckResponce(code, length, buffer, *LastRequest, id_, com_ != 0 && host_.Port(com_).ASCII, counters_);
+  if (outcome.keepWaiting) {
+    // Someone else's answer: go on waiting for ours.
+    PortEntry& entry = host_.Port(com_);
+    if (entry.Port) entry.Port->WaitResponce();
+    waitResponce_ = true;
+    entry.Busy = true;
+  } else if (outcome.deliver) {
+    StoreResponseData(buffer, length);
+  }
+  if (outcome.show) host_.ShowMsg(outcome.message);
+  RefreshStatistics();
+}
+
+void frmQuorvel::DoResponce(std::span<std::uint8_t> buffer, std::int32_t count) {
+  ElementSlaveData data(*this);
+  std::int32_t length = MODBUS::BuildResponce(buffer, count, static_cast<std::uint16_t>(exeptions_), data, counters_);
+  if (length > 0 && com_ != 0) {
+    PortEntry& entry = host_.Port(com_);
+    bool sent = false;
+    if (entry.Port) entry.Port->SendResponce(length, sent);
+  }
+  RefreshStatistics();
+}
+
+void frmQuorvel::FrameHeard(std::span<const std::uint8_t> frame) {
+  // A listener keeps the most recent frames; older ones make room.
+  constexpr std::size_t kKeep = 256;
+  heard_.emplace_back(frame.begin(), frame.end());
+  if (heard_.size() > kKeep) heard_.pop_front();
+}
+
+}  // namespace quorvel

@@ -1,0 +1,120 @@
+#include "modbus/RequestFrame.h"
+
+#include <stdexcept>
+
+namespace quorvel::MODBUS {
+namespace {
+
+// Appends to the front of a buffer; any value that does not fit its field, or
+// any byte past the end, spoils the whole frame instead of being cut down.
+class FrameWriter {
+ public:
+  explicit FrameWriter(std::span<std::uint8_t> buf) : buf_(buf) {}
+
+  void Byte(std::int64_t value) {
+    if (value < 0 || value > 0xFF || pos_ >= buf_.size()) {
+      ok_ = false;
+      return;
+    }
+    buf_[pos_++] = static_cast<std::uint8_t>(value);
+  }
+  void Word(std::int64_t value) {
+    if (value < 0 || value > 0xFFFF) {
+      ok_ = false;
+      return;
+    }
+    Byte(value >> 8);
+    Byte(value & 0xFF);
+  }
+  // `count` bytes of the request's write data, in wire order.
+  void Data(const ReqProp& request, std::int32_t count) {
+    for (std::int32_t i = 0; i < count && ok_; ++i) Byte(request.GetByte(i));
+  }
+
+  bool ok() const { return ok_; }
+  std::size_t size() const { return pos_; }
+
+ private:
+  std::span<std::uint8_t> buf_;
+  std::size_t pos_ = 0;
+  bool ok_ = true;
+};
+
+}  // namespace
+
+RequestFrame LayRequest(std::span<std::uint8_t> buf, std::uint8_t ID, const ReqProp& request) {
+  FrameWriter w(buf);
+  std::int64_t expected = 0;
+  const std::int32_t func = request.Func();
+  w.Byte(ID);
+  w.Byte(func);
+
+  try {
+    switch (func) {
+      case 1:
+      case 2:
+        w.Word(request.ReadAddr());
+        w.Word(request.ReadQnt());
+        expected = std::int64_t{CoilBytes(request.ReadQnt())} + 5;
+        break;
+      case 3:
+      case 4:
+        w.Word(request.ReadAddr());
+        w.Word(request.ReadQnt());
+        expected = 2 * std::int64_t{request.ReadQnt()} + 5;
+        break;
+      case 5: {
+        w.Word(request.WriteAddr());
+        // A coil is either on or off; the line knows only these two values.
+        const bool on = request.GetByte(0) != 0 || request.GetByte(1) != 0;
+        w.Byte(on ? 0xFF : 0x00);
+        w.Byte(0x00);
+        expected = 8;
+        break;
+      }
+      case 6:
+        w.Word(request.WriteAddr());
+        w.Data(request, 2);
+        expected = 8;
+        break;
+      case 15:
+      case 16: {
+        w.Word(request.WriteAddr());
+        w.Word(request.WriteQnt());
+        const std::int64_t count =
+            func == 15 ? CoilBytes(request.WriteQnt()) : 2 * static_cast<std::int64_t>(request.WriteQnt());
+        w.Byte(count);
+        if (w.ok()) w.Data(request, static_cast<std::int32_t>(count));
+        expected = 8;
+        break;
+      }
+      case 22:
+        w.Word(request.WriteAddr());
+        w.Data(request, 4);
+        expected = 10;
+        break;
+      case 23: {
+        w.Word(request.ReadAddr());
+        w.Word(request.ReadQnt());
+        w.Word(request.WriteAddr());
+        w.Word(request.WriteQnt());
+        const std::int64_t count = 2 * static_cast<std::int64_t>(request.WriteQnt());
+        w.Byte(count);
+        if (w.ok()) w.Data(request, static_cast<std::int32_t>(count));
+        expected = 2 * std::int64_t{request.ReadQnt()} + 5;
+        break;
+      }
+      default:
+        break;
+    }
+  } catch (const std::out_of_range&) {
+    return {};
+  }
+
+  // Room for the CRC is part of fitting: a frame that cannot be sealed is not sent.
+  if (!w.ok() || w.size() + 2 > buf.size()) return {};
+  // Every quantity is 16 bits by now, so the expected length fits easily.
+  return {static_cast<std::int32_t>(w.size()), static_cast<std::int32_t>(expected)};
+}
+
+}  // namespace quorvel::MODBUS

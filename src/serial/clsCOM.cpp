@@ -1,0 +1,364 @@
+#include "serial/clsCOM.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <optional>
+#include <utility>
+
+#include "modbus/FrameCodec.h"
+#include "modbus/MasterTransaction.h"
+#include "modbus/RequestFrame.h"
+#include "modbus/SlaveEmulation.h"
+#include "platform/OpenFailure.h"
+
+namespace quorvel {
+namespace {
+
+// Poll results of the reads and the event.
+constexpr std::int32_t kFailed = 0;
+constexpr std::int32_t kComplete = 1;
+constexpr std::int32_t kPending = 2;
+constexpr std::int32_t kNoFrame = 4;
+
+// An ASCII frame that grows this long without its LF is given up.
+constexpr std::int32_t kAsciiFrameLimit = 513;
+
+platform::LineSettings SettingsOf(const DCB& dcb) {
+  return platform::LineSettingsFromDcb({dcb.BaudRate, dcb.Flags, dcb.ByteSize, dcb.Parity, dcb.StopBits});
+}
+
+}  // namespace
+
+clsCOM::clsCOM(PortEntry& entry, DeviceDirectory& devices, const platform::Clock& clock, LineFactory lines,
+               MessageSink message)
+    : entry_(entry), devices_(devices), clock_(clock), lines_(std::move(lines)), message_(std::move(message)) {}
+
+bool clsCOM::OpenCOM(std::int16_t& com) {
+  Class_Terminate();
+  DCB dcb = entry_.dcb;
+  if (entry_.ASCII) dcb.ByteSize = entry_.ASCII8bits ? 8 : 7;
+  const platform::LineSettings settings = SettingsOf(dcb);
+  std::unique_ptr<platform::SerialLine> line = lines_ ? lines_(com) : nullptr;
+  const platform::OpenFailure failure =
+      line ? line->Open(settings) : platform::OpenFailure{platform::OpenCause::NoSuchDevice, ENODEV, {}, {}, {}, false};
+  if (failure) {
+    if (message_) message_(platform::OpenFailureText(com, failure));
+    return false;
+  }
+
+  line_ = std::move(line);
+  settings_ = settings;
+  lineLost_ = false;
+  com_ = com;
+  mode_ = entry_.Mode;
+  ascii_ = entry_.ASCII;
+  dcb_ = dcb;
+  bufferSize_ = ascii_ ? kAsciiBufferSize : kRtuBufferSize;
+  buffer_.assign(static_cast<std::size_t>(bufferSize_), 0);
+  SetTimeouts();
+  intervalCopy_ = timeouts_.ReadIntervalTimeout;
+  line_->Purge(platform::PurgeWhat::Both);
+  state_ = 0;
+  eventArmed_ = false;
+  masterAccumulator_ = 0;
+  slaveAccumulator_ = 0;
+  received_ = 0;
+  if (mode_ == kModeSlave || mode_ == kModeMonitor) {
+    state_ = kListening;
+    entry_.Busy = true;
+    Listen();
+  }
+  return true;
+}
+
+void clsCOM::Class_Terminate() {
+  if (!line_) return;
+  read_.Cancel();
+  line_->Purge(platform::PurgeWhat::Both);
+  line_->Close();
+  line_.reset();
+  lineLost_ = false;
+  if (com_ != 0) entry_.Busy = false;
+}
+
+void clsCOM::SendRequest(std::uint8_t id, const ReqProp& request, std::int32_t timeout, std::int32_t interval,
+                         bool& result) {
+  result = false;
+  if (!line_) return;
+  const double now = clock_.GetTimeMs();
+  KeepLine(now);
+
+  // The caller's gap may lengthen the port's own, never shorten it. (An ASCII
+  // port's all-ones setting is above any gap, so its reads stay piecewise.)
+  timeouts_.ReadIntervalTimeout = static_cast<std::uint32_t>(std::max<std::int64_t>(interval, intervalCopy_));
+
+  const std::span<std::uint8_t> buffer(buffer_);
+  const MODBUS::RequestFrame frame = MODBUS::LayRequest(buffer, id, request);
+  if (!frame) return;
+  std::int32_t n = frame.n;
+  if (ascii_) {
+    if (!MODBUS::ToASCII(buffer, n)) return;
+    sendCount_ = 2 * n + 5;
+    expectedLength_ = 2 * frame.expected + 1;
+  } else {
+    MODBUS::AddCRC(buffer, n);
+    sendCount_ = n + 2;
+    expectedLength_ = frame.expected;
+  }
+
+  // A lost line takes the request like a line on which nobody answers: the
+  // window counts a time-out, as it would with the cable pulled at the far end.
+  read_.Cancel();
+  if (LineUp()) {
+    line_->Purge(platform::PurgeWhat::Both);
+    const platform::IoResult written = line_->Write(buffer.first(static_cast<std::size_t>(sendCount_)));
+    if (written.status == platform::IoStatus::Gone) {
+      LoseLine(now);
+    } else if (written.status != platform::IoStatus::Ok) {
+      return;
+    }
+  }
+
+  const double baud = entry_.dcb.BaudRate;
+  const double sendMs = baud > 0 ? sendCount_ * 11000.0 / baud : 0;
+  transmitEnd_ = std::llrint(now + sendMs);  // ties to even
+  responseDeadline_ = transmitEnd_ + timeout;
+  masterAccumulator_ = 0;
+  received_ = 0;
+  eventArmed_ = false;
+  state_ = kSending;
+  entry_.Busy = true;
+  result = true;
+}
+
+void clsCOM::SendResponce(std::int32_t& length, bool& result) {
+  result = false;
+  if (!line_) return;
+  const std::span<std::uint8_t> buffer(buffer_);
+  if (ascii_) {
+    if (!MODBUS::ToASCII(buffer, length)) return;
+    length = 2 * length + 5;
+  } else {
+    if (length < 0 || length + 2 > bufferSize_) return;
+    MODBUS::AddCRC(buffer, length);
+    length += 2;
+  }
+  if (LineUp()) {
+    const platform::IoResult written = line_->Write(buffer.first(static_cast<std::size_t>(length)));
+    if (written.status == platform::IoStatus::Gone) LoseLine(clock_.GetTimeMs());
+    result = written.status == platform::IoStatus::Ok;
+  }
+  state_ = kAnswering;
+}
+
+void clsCOM::WaitResponce() {
+  state_ = kWaitingFirst;
+  WaitEvent();
+}
+
+void clsCOM::Hit() {
+  if (!line_) return;
+  KeepLine(clock_.GetTimeMs());
+  switch (mode_) {
+    case kModeMaster:
+      HitMaster();
+      break;
+    case kModeSlave:
+      HitSlave();
+      break;
+    case kModeMonitor:
+      HitMonitor();
+      break;
+    default:
+      break;
+  }
+}
+
+void clsCOM::HitMaster() {
+  const double now = clock_.GetTimeMs();
+  std::int32_t code = 0;
+  switch (state_) {
+    case kSending:
+      if (now >= static_cast<double>(transmitEnd_)) {
+        state_ = kWaitingFirst;
+        WaitEvent();
+      }
+      break;
+    case kWaitingFirst: {
+      const std::int32_t event = CheckEvent();
+      if (event == kComplete) {
+        StartRead(0, bufferSize_);
+        state_ = kReading;
+      } else if (event == kPending && now >= static_cast<double>(responseDeadline_)) {
+        code = MODBUS::kTimeout;
+      }
+      break;
+    }
+    case kReading: {
+      const std::int32_t r = ascii_ ? ReadASCII() : ReadRTU();
+      if (r == kComplete) {
+        code = received_ == expectedLength_ ? MODBUS::kFrameComplete : MODBUS::kFrameOtherLength;
+      } else if (ascii_ && r == kNoFrame) {
+        code = MODBUS::kFrameOtherLength;
+      }
+      break;
+    }
+    default:
+      break;
+  }
+  if (code != 0) Deliver(code);
+}
+
+void clsCOM::Deliver(std::int32_t code) {
+  // Cleared first: a window that finds the frame was not its answer sets it
+  // again while it waits on.
+  entry_.Busy = false;
+  std::int32_t length = code == MODBUS::kTimeout ? 0 : received_;
+  for (std::size_t i = 0; i < devices_.DeviceCount(); ++i) {
+    DeviceLink& device = devices_.Device(i);
+    if (device.WaitResponce() && device.COM() == com_) {
+      device.GetResponce(code, length, buffer_);
+      return;
+    }
+  }
+}
+
+void clsCOM::HitSlave() {
+  const std::int32_t r = ascii_ ? ReadASCIISlave() : ReadRTU();
+  if (r == kPending) return;
+  if (r == kComplete) {
+    std::int32_t count = received_;
+    if (DeviceLink* device = CheckRequest(count)) device->DoResponce(buffer_, count);
+  }
+  // Whatever the read ended with, the port goes on listening.
+  Listen();
+}
+
+void clsCOM::HitMonitor() {
+  const std::int32_t r = ascii_ ? ReadASCIISlave() : ReadRTU();
+  if (r == kPending) return;
+  if (r == kComplete && received_ > 0) {
+    const std::span<const std::uint8_t> frame(buffer_.data(), static_cast<std::size_t>(received_));
+    for (std::size_t i = 0; i < devices_.DeviceCount(); ++i) {
+      DeviceLink& device = devices_.Device(i);
+      if (device.COM() == com_ && device.Connected()) device.FrameHeard(frame);
+    }
+  }
+  Listen();
+}
+
+DeviceLink* clsCOM::FindDevice(std::int32_t address) {
+  if (address < 1 || address > 247) return nullptr;
+  for (std::size_t i = 0; i < devices_.DeviceCount(); ++i) {
+    DeviceLink& device = devices_.Device(i);
+    if (device.ID() == address && device.COM() == com_ && device.Connected()) return &device;
+  }
+  return nullptr;
+}
+
+DeviceLink* clsCOM::CheckRequest(std::int32_t& count) {
+  const std::optional<std::uint8_t> address = MODBUS::CheckRequest(buffer_, count, ascii_);
+  return address ? FindDevice(*address) : nullptr;
+}
+
+std::int32_t clsCOM::CheckEvent() {
+  if (!eventArmed_) return kPending;
+  if (!LineUp() || line_->BytesAvailable() == 0) return kPending;
+  eventArmed_ = false;
+  return kComplete;
+}
+
+bool clsCOM::StartRead(std::int32_t index, std::int32_t count) {
+  const std::span<std::uint8_t> buffer(buffer_);
+  readIndex_ = std::clamp(index, 0, bufferSize_);
+  const std::int32_t room = std::clamp(count, 0, bufferSize_ - readIndex_);
+  read_.Start(buffer.subspan(static_cast<std::size_t>(readIndex_), static_cast<std::size_t>(room)), timeouts_,
+              clock_.GetTimeMs());
+  return true;
+}
+
+std::int32_t clsCOM::ReadRTU() {
+  switch (read_.Poll(*line_, clock_.GetTimeMs())) {
+    case OverlappedRead::Progress::Pending:
+      return kPending;
+    case OverlappedRead::Progress::Complete:
+      received_ = static_cast<std::int32_t>(read_.Received());
+      return kComplete;
+    case OverlappedRead::Progress::Idle:
+      break;
+  }
+  return kFailed;
+}
+
+std::int32_t clsCOM::GatherASCII(std::int32_t& accumulator) {
+  switch (read_.Poll(*line_, clock_.GetTimeMs())) {
+    case OverlappedRead::Progress::Pending:
+      return kPending;
+    case OverlappedRead::Progress::Idle:
+      return kFailed;
+    case OverlappedRead::Progress::Complete:
+      break;
+  }
+  const auto got = static_cast<std::int32_t>(read_.Received());
+  received_ = got;
+  if (got == 0) {
+    accumulator = 0;
+    return kNoFrame;
+  }
+  // The new characters lie where the read put them, right after those
+  // gathered before.
+  accumulator = readIndex_;
+  const auto at = [this](std::int32_t i) -> std::uint8_t& { return buffer_[static_cast<std::size_t>(i)]; };
+
+  // A frame starts at its last ':': anything before it was noise or a frame
+  // cut short.
+  std::int32_t start = -1;
+  for (std::int32_t i = accumulator; i < accumulator + got; ++i)
+    if (at(i) == ':') start = i;
+  if (start >= 0) {
+    const std::int32_t kept = accumulator + got - start;
+    std::copy(buffer_.begin() + start, buffer_.begin() + start + kept, buffer_.begin());
+    accumulator = kept;
+  } else if (accumulator != 0) {
+    accumulator += got;
+  }
+
+  for (std::int32_t q = 1; q < accumulator; ++q) {
+    if (at(q) == 10) {
+      received_ = q + 1;
+      accumulator = 0;
+      return kComplete;
+    }
+  }
+  if (accumulator < kAsciiFrameLimit) {
+    StartRead(accumulator, bufferSize_ - accumulator);
+    return kPending;
+  }
+  accumulator = 0;
+  return kNoFrame;
+}
+
+void clsCOM::KeepLine(double nowMs) {
+  if (!line_) return;
+  if (!lineLost_) {
+    if (line_->IsGone()) LoseLine(nowMs);
+    return;
+  }
+  if (nowMs < reopenAtMs_) return;
+  if (line_->Open(settings_)) {
+    reopenAtMs_ = nowMs + kReopenPeriodMs;
+    return;
+  }
+  lineLost_ = false;
+}
+
+void clsCOM::LoseLine(double nowMs) {
+  // Closing at once lets the system give the device its old name when it is
+  // plugged in again.
+  line_->Close();
+  lineLost_ = true;
+  reopenAtMs_ = nowMs + kReopenPeriodMs;
+}
+
+}  // namespace quorvel

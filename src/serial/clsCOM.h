@@ -1,0 +1,147 @@
+#pragma once
+
+// The serial port object: one per open port (COM1..COM16), held in the port's
+// record of the port table and shared by every device window on that port.
+// It opens and configures the line, owns the frame buffer, sends requests
+// (Master) and answers (Slave), and is serviced by Hit, called every
+// millisecond or so while the port is busy. Hit never waits: it looks at what
+// has arrived, compares the clock with the deadlines, and when a frame is
+// complete hands it to the device window concerned (GetResponce for an
+// answer, DoResponce for a request, FrameHeard for a listening Monitor).
+//
+// Everything runs on the caller's thread, one call at a time. A line that goes
+// away while open (an adapter pulled out) is closed at once so that its
+// device can come back under the same name; the port then stays silent, as a
+// line on which nobody answers, and is opened again by itself once the
+// device is back.
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "platform/Clock.h"
+#include "platform/LineSettings.h"
+#include "platform/SerialLine.h"
+#include "project/ReqProp.h"
+#include "serial/CommTimeouts.h"
+#include "serial/DeviceLink.h"
+#include "serial/OverlappedRead.h"
+#include "serial/PortEntry.h"
+
+namespace quorvel {
+
+class clsCOM {
+ public:
+  // Gives the line of port `com` (not yet open); null when there is none.
+  using LineFactory = std::function<std::unique_ptr<platform::SerialLine>(int com)>;
+  // Shows a message to the user (a failure to open the port).
+  using MessageSink = std::function<void(const std::string& text)>;
+
+  static constexpr std::int32_t kRtuBufferSize = 299;
+  static constexpr std::int32_t kAsciiBufferSize = 599;
+
+  // States of the transaction on the port.
+  static constexpr std::int32_t kSending = 1;
+  static constexpr std::int32_t kWaitingFirst = 2;
+  static constexpr std::int32_t kReading = 4;
+  static constexpr std::int32_t kListening = 16;
+  static constexpr std::int32_t kAnswering = 32;
+
+  clsCOM(PortEntry& entry, DeviceDirectory& devices, const platform::Clock& clock, LineFactory lines,
+         MessageSink message);
+  ~clsCOM() { Class_Terminate(); }
+  clsCOM(const clsCOM&) = delete;
+  clsCOM& operator=(const clsCOM&) = delete;
+
+  // Opens port `com` with the settings of the port record given at
+  // construction. Slave and Monitor ports start listening at once (and stay
+  // Busy). On failure shows "Can not open COMn" and the cause on a second
+  // line, and returns false.
+  bool OpenCOM(std::int16_t& com);
+
+  // The periodic service; see the class comment.
+  void Hit();
+
+  // Waits on for the awaited answer after a frame that was someone else's.
+  void WaitResponce();
+
+  // Seals the answer of `length` message bytes that the caller has laid at the
+  // front of the frame buffer, and sends it. `length` leaves as the count sent.
+  void SendResponce(std::int32_t& length, bool& result);
+
+  // Lays the request for slave `id` into the frame buffer, seals it, sends it
+  // and starts waiting for the answer, which Hit delivers to the device window
+  // that waits on this port: code 1 (expected length), 4 (another length) or
+  // 8 (nothing within `timeout` ms after the request has left). `interval` is
+  // the character gap that ends an RTU answer; it is never taken below the
+  // port's own minimum. False when nothing was sent.
+  void SendRequest(std::uint8_t id, const ReqProp& request, std::int32_t timeout, std::int32_t interval, bool& result);
+
+  // Closes the line (its previous settings restored) and clears Busy.
+  void Class_Terminate();
+
+  std::int16_t COM() const { return com_; }
+  std::int32_t State() const { return state_; }
+  const CommTimeouts& Timeouts() const { return timeouts_; }
+  std::span<std::uint8_t> Buffer() { return buffer_; }
+
+ private:
+  static constexpr double kReopenPeriodMs = 1000;
+
+  void HitMaster();
+  void HitSlave();
+  void HitMonitor();
+  void Deliver(std::int32_t code);
+  DeviceLink* FindDevice(std::int32_t address);
+  DeviceLink* CheckRequest(std::int32_t& count);
+  void WaitEvent() { eventArmed_ = true; }
+  std::int32_t CheckEvent();
+  bool StartRead(std::int32_t index, std::int32_t count);
+  std::int32_t ReadRTU();
+  std::int32_t ReadASCII() { return GatherASCII(masterAccumulator_); }
+  std::int32_t ReadASCIISlave() { return GatherASCII(slaveAccumulator_); }
+  std::int32_t GatherASCII(std::int32_t& accumulator);
+  void SetTimeouts() { timeouts_ = TimeoutsFor(dcb_.BaudRate, ascii_, mode_); }
+  void Listen() { StartRead(0, bufferSize_); }
+
+  // Closes a line that went away, and tries it again once a while.
+  void KeepLine(double nowMs);
+  void LoseLine(double nowMs);
+  bool LineUp() const { return line_ && !lineLost_; }
+
+  PortEntry& entry_;
+  DeviceDirectory& devices_;
+  const platform::Clock& clock_;
+  LineFactory lines_;
+  MessageSink message_;
+
+  std::unique_ptr<platform::SerialLine> line_;  // null while not open
+  platform::LineSettings settings_;             // what the line is opened with
+  bool lineLost_ = false;                       // went away; closed until it comes back
+  double reopenAtMs_ = 0;
+
+  std::int16_t com_ = 0;
+  std::int16_t mode_ = 0;
+  DCB dcb_;                         // the record's, ByteSize set by the ASCII framing
+  CommTimeouts timeouts_;           // in force
+  std::uint32_t intervalCopy_ = 0;  // the smallest character gap this port allows
+  bool ascii_ = false;
+  std::vector<std::uint8_t> buffer_;  // the frame buffer, sized once at open
+  std::int32_t bufferSize_ = 0;
+  OverlappedRead read_;
+  std::int32_t readIndex_ = 0;  // where the running read puts its characters
+  bool eventArmed_ = false;     // waiting for a first character
+  std::int32_t state_ = 0;
+  std::int64_t responseDeadline_ = 0;  // ms of the clock
+  std::int64_t transmitEnd_ = 0;
+  std::int32_t sendCount_ = 0;
+  std::int32_t slaveAccumulator_ = 0;
+  std::int32_t expectedLength_ = 0;  // on the wire: bytes (RTU) or characters (ASCII)
+  std::int32_t masterAccumulator_ = 0;
+  std::int32_t received_ = 0;  // the count of the last completed read or frame
+};
+
+}  // namespace quorvel

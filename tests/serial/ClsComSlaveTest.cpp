@@ -1,0 +1,78 @@
+// The port object listening as a slave or a monitor: which requests reach a
+// window, and that listening goes on after every kind of ending.
+
+#include <gtest/gtest.h>
+
+#include "SerialTestSupport.h"
+
+namespace quorvel::test {
+namespace {
+
+const Bytes kMessage = {0x01, 0x03, 0x00, 0x00, 0x00, 0x02};
+const Bytes kRequest = {0x01, 0x03, 0x00, 0x00, 0x00, 0x02, 0xC4, 0x0B};
+
+class ListeningPortTest : public ::testing::Test {
+ protected:
+  void OpenAs(std::int16_t mode, bool ascii) {
+    bench.ports[1].Mode = mode;
+    bench.ports[1].ASCII = ascii;
+    port = bench.Open(1);
+    ASSERT_NE(port, nullptr);
+    peer = Peer(bench);
+  }
+  // Sends `frame` and leaves a gap after it that ends any RTU frame.
+  void Arrives(const Bytes& frame) {
+    peer->Write(frame);
+    bench.Run(40);
+  }
+
+  SerialBench bench;
+  clsCOM* port = nullptr;
+  std::unique_ptr<platform::MemoryLine> peer;
+  FakeWindow& window = bench.AddWindow(1, 1);
+};
+
+TEST_F(ListeningPortTest, RtuSlaveAnswersOnlyCheckedRequestsForItsWindows) {
+  OpenAs(kModeSlave, false);
+  bench.AddWindow(1, 5).connected = false;
+  EXPECT_EQ(port->State(), clsCOM::kListening);
+  EXPECT_TRUE(bench.ports[1].Busy);
+  Arrives({0x00, 0x03, 0x00, 0x00, 0x00, 0x02, 0xC5, 0xDA});  // broadcast
+  Arrives({0x01, 0x03, 0x00, 0x00, 0x00, 0x19, 0x84});        // 7 bytes, CRC right
+  Arrives({0x01, 0x03, 0x00, 0x00, 0x00, 0x02, 0xC4, 0x0C});  // CRC wrong
+  Arrives({0x09, 0x03, 0x00, 0x00, 0x00, 0x02, 0xC5, 0x43});  // nobody's address
+  Arrives({0x05, 0x06, 0x00, 0x01, 0x00, 0x03, 0x99, 0x8F});  // a window not connected
+  EXPECT_TRUE(window.requests.empty());
+  Arrives(kRequest);
+  Arrives(kRequest);
+  EXPECT_EQ(window.requests, std::vector<Bytes>({kMessage, kMessage}));
+  EXPECT_TRUE(bench.ports[1].Busy);
+}
+
+TEST_F(ListeningPortTest, AsciiSlaveKeepsListeningAfterFramesAndSilence) {
+  OpenAs(kModeSlave, true);
+  Arrives(Text(":010300000002FA\r\n"));
+  bench.Run(3000);                       // empty reads end every second
+  Arrives(Text(":010300000002FB\r\n"));  // LRC wrong
+  Arrives(Text(":0103FC\r\n"));          // too short
+  Arrives(
+      Text("zz:0"
+           ":010300000002FA\r\n"));
+  EXPECT_EQ(window.requests, std::vector<Bytes>({kMessage, kMessage}));
+}
+
+TEST_F(ListeningPortTest, MonitorHearsEveryFrameAsItCame) {
+  OpenAs(kModeMonitor, false);
+  FakeWindow& away = bench.AddWindow(1, 2);
+  away.connected = false;
+  const Bytes answer = {0x01, 0x03, 0x04, 0x00, 0x0A, 0x00, 0x14, 0xDA, 0x3E};
+  Arrives(kRequest);
+  bench.Run(1000);
+  Arrives(answer);
+  EXPECT_EQ(window.heard, std::vector<Bytes>({kRequest, answer}));
+  EXPECT_TRUE(away.heard.empty());
+  EXPECT_TRUE(window.requests.empty());
+}
+
+}  // namespace
+}  // namespace quorvel::test
