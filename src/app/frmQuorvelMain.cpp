@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iostream>
 
+#include "app/RecentLists.h"
 #include "platform/SerialProbe.h"
 #include "platform/TermiosLine.h"
 #include "serial/clsCOM.h"
@@ -34,8 +35,8 @@ frmQuorvel* frmQuorvelMain::OpenProject(const std::string& path) {
   if (!window->SetProjectFile(path)) return nullptr;
   forms_.push_back(std::move(window));
   frmQuorvel* opened = forms_.back().get();
+  // The statistics line keeps its first text until there is traffic to show.
   opened->ShowCaption();
-  opened->RefreshStatistics();
   SetMenus();
   return opened;
 }
@@ -43,8 +44,18 @@ frmQuorvel* frmQuorvelMain::OpenProject(const std::string& path) {
 void frmQuorvelMain::CloseDevice(frmQuorvel& window) {
   const auto it = std::find_if(forms_.begin(), forms_.end(), [&](const auto& form) { return form.get() == &window; });
   if (it == forms_.end()) return;
+  // A project enters the recent list as its window closes.
+  AddRecentFile(globals_, (*it)->ProjectFile());
   (*it)->Form_Unload();
   forms_.erase(it);
+}
+
+void frmQuorvelMain::Unload() {
+  while (!forms_.empty()) CloseDevice(*forms_.back());
+  for (PortEntry& entry : globals_.Ports) entry.Port.reset();
+  portsActive_ = false;
+  pollingEnabled_ = false;
+  checkEnabled_ = false;
 }
 
 void frmQuorvelMain::FindPorts() {

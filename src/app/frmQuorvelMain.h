@@ -30,6 +30,7 @@ class frmQuorvelMain : public DeviceHost, public DeviceDirectory {
   ~frmQuorvelMain() override;
 
   PublicVeriables& Globals() { return globals_; }
+  const PublicVeriables& Globals() const { return globals_; }
   const platform::PortMap& PortMap() const { return portMap_; }
 
   // Where message boxes and message-window texts go.
@@ -40,6 +41,15 @@ class frmQuorvelMain : public DeviceHost, public DeviceDirectory {
   frmQuorvel* OpenProject(const std::string& path);
   void CloseDevice(frmQuorvel& window);
   const std::vector<std::unique_ptr<frmQuorvel>>& Devices() const { return forms_; }
+
+  // Unload: every device window from the last opened to the first, then the
+  // ports, then the timers.
+  void Unload();
+
+  // The frame's own place on the screen; a minimised frame keeps the last
+  // place it had.
+  WindowPlacement Placement;
+  bool Minimized = false;
 
   // Marks ports that cannot be opened, or are no serial line, as not available.
   void FindPorts();

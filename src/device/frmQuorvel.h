@@ -32,6 +32,16 @@ inline constexpr std::int16_t kMonitor = 3;
 // "Master", "Slave", "Monitor"; "" for any other value.
 std::string ModeName(int mode);
 
+// Where a window stands, in twips: a device window inside the frame, the
+// frame on the screen.
+struct WindowPlacement {
+  float Left = 0;
+  float Top = 0;
+  float Width = 0;
+  float Height = 0;
+  bool operator==(const WindowPlacement&) const = default;
+};
+
 // Lowest and highest address covered by one table's elements.
 struct AddressRange {
   std::int32_t lowest = 65535;
@@ -121,6 +131,7 @@ class frmQuorvel : public DeviceLink {
   std::array<std::string, 3> UserMenuCaption{};
 
   DeviceMenus menus;
+  WindowPlacement Placement;
   Panel& panel() { return *panel_; }
   const CodePage& codePage() const { return codePage_; }
   DeviceHost& host() { return host_; }

@@ -1,0 +1,141 @@
+#include "app/Session.h"
+
+#include <filesystem>
+#include <system_error>
+
+#include "app/SessionPaths.h"
+#include "app/WriteNotation.h"
+#include "platform/AtomicFile.h"
+#include "project/ProjectLoader.h"
+
+namespace quorvel {
+namespace {
+
+namespace fs = std::filesystem;
+
+void ApplyPorts(frmQuorvelMain& frame, const SessionFile& session) {
+  for (int com = 1; com <= 16; ++com) {
+    const SessionPort& saved = session.Ports[static_cast<std::size_t>(com - 1)];
+    PortEntry& entry = frame.Port(com);
+    // Only the line settings: whether the port is open, and its port object,
+    // belong to the windows that use it. The byte size is not in the file.
+    entry.ASCII = saved.ASCII;
+    entry.ASCII8bits = saved.ASCII8bits;
+    entry.dcb.BaudRate = saved.BaudRate;
+    entry.Mode = saved.Mode;
+    entry.dcb.Parity = saved.Parity;
+    entry.dcb.Flags = saved.Flags;
+    entry.dcb.StopBits = saved.StopBits;
+  }
+}
+
+void OpenWindow(frmQuorvelMain& frame, const std::string& sessionDir, const SessionWindow& saved) {
+  frmQuorvel* window = frame.OpenProject(ResolveProjectPath(sessionDir, saved.ProjectFile));
+  if (!window) return;
+  window->SetMode(saved.Mode);
+  window->SetID(static_cast<std::uint8_t>(saved.ID));
+  if (saved.COM != 0) {
+    // Windows of another mode on the port give it up (choosing the port they
+    // hold releases it), so this window can take it.
+    for (const auto& other : frame.Devices()) {
+      if (other.get() != window && other->COM() == saved.COM && other->Mode() != saved.Mode) {
+        other->SetCOM(other->COM());
+      }
+    }
+  }
+  window->SetCOM(saved.COM);
+  window->Placement = {saved.Left, saved.Top, saved.Width, saved.Height};
+  window->SetTimeout(saved.Timeout);
+  window->SetPollingPeriod(saved.PollingPeriod);
+  window->SetInterval(saved.Interval);
+  window->SetAutoEnable(saved.AutoEnable);
+  window->ShowCaption();
+}
+
+}  // namespace
+
+SessionFile CaptureSession(const frmQuorvelMain& frame, const std::string& file) {
+  SessionFile session;
+  const PublicVeriables& globals = frame.Globals();
+  for (int com = 1; com <= 16; ++com) {
+    const PortEntry& entry = globals.Ports[static_cast<std::size_t>(com)];
+    session.Ports[static_cast<std::size_t>(com - 1)] = {entry.ASCII,       entry.ASCII8bits, entry.dcb.BaudRate,
+                                                        entry.Mode,        entry.dcb.Parity, entry.dcb.Flags,
+                                                        entry.dcb.StopBits};
+  }
+  session.Width = frame.Placement.Width;
+  session.Height = frame.Placement.Height;
+  for (const auto& window : frame.Devices()) {
+    SessionWindow saved;
+    saved.ProjectFile = StoredProjectPath(file, window->ProjectFile());
+    saved.COM = window->COM();
+    saved.ID = window->ID();
+    saved.Mode = window->Mode();
+    saved.Timeout = window->Timeout();
+    saved.PollingPeriod = window->PollingPeriod();
+    saved.Interval = window->Interval();
+    saved.AutoEnable = window->AutoEnable();
+    saved.Left = window->Placement.Left;
+    saved.Top = window->Placement.Top;
+    saved.Width = window->Placement.Width;
+    saved.Height = window->Placement.Height;
+    session.Windows.push_back(std::move(saved));
+  }
+  return session;
+}
+
+bool SaveSession(frmQuorvelMain& frame, const std::string& file, const CodePage& codePage) {
+  std::string bytes;
+  try {
+    bytes = codePage.FromUtf8(FormatSession(CaptureSession(frame, file)));
+  } catch (const CodePageError& error) {
+    frame.MsgBox("Cannot write " + file + ": " + error.what());
+    return false;
+  }
+  std::string error;
+  if (!platform::WriteFileAtomically(file, bytes, error)) {
+    frame.MsgBox(error);
+    return false;
+  }
+  frame.Globals().SessionChanged = false;
+  return true;
+}
+
+bool LoadSession(frmQuorvelMain& frame, const std::string& file, const CodePage& codePage) {
+  std::error_code ec;
+  const bool exists = fs::exists(file, ec);
+  if (ec) {
+    frame.MsgBox(ec.message());
+    return false;
+  }
+  if (!exists) {
+    frame.MsgBox(kPathNotFound + file);
+    return false;
+  }
+  std::string bytes, error;
+  if (!platform::ReadWholeFile(file, bytes, error)) {
+    frame.MsgBox(error);
+    return false;
+  }
+  SessionFile session;
+  try {
+    session = ParseSession(codePage.ToUtf8(bytes));
+  } catch (const WriteNotationError& bad) {
+    frame.MsgBox(file + ", " + bad.what());
+    return false;
+  }
+
+  ApplyPorts(frame, session);
+  frame.Placement.Width = session.Width;
+  frame.Placement.Height = session.Height;
+  // Relative project paths resolve against the session's own directory; the
+  // process's current directory is left alone.
+  const fs::path cwd = fs::current_path(ec);
+  const std::string sessionDir =
+      (fs::path(file).is_absolute() ? fs::path(file) : cwd / file).lexically_normal().parent_path().string();
+  for (const SessionWindow& saved : session.Windows) OpenWindow(frame, sessionDir, saved);
+  frame.SetMenus();
+  return true;
+}
+
+}  // namespace quorvel

@@ -1,0 +1,92 @@
+#include "app/SessionFile.h"
+
+#include <limits>
+
+#include "app/WriteNotation.h"
+
+namespace quorvel {
+namespace {
+
+constexpr std::int64_t kIntegerLow = std::numeric_limits<std::int16_t>::min();
+constexpr std::int64_t kIntegerHigh = std::numeric_limits<std::int16_t>::max();
+constexpr std::int64_t kLongLow = std::numeric_limits<std::int32_t>::min();
+constexpr std::int64_t kLongHigh = std::numeric_limits<std::int32_t>::max();
+
+std::string PortField(int com, const char* field) { return std::string(field) + " of COM" + std::to_string(com); }
+
+std::string WindowField(std::size_t window, const char* field) {
+  return std::string(field) + " of window " + std::to_string(window);
+}
+
+}  // namespace
+
+std::string FormatSession(const SessionFile& session) {
+  WriteNotationWriter out;
+  for (const SessionPort& port : session.Ports) {
+    out.Boolean(port.ASCII);
+    out.Boolean(port.ASCII8bits);
+    // The file's fields are signed 32-bit, as the record's are on the system it comes from.
+    out.Integer(static_cast<std::int32_t>(port.BaudRate));
+    out.Integer(port.Mode);
+    out.Integer(port.Parity);
+    out.Integer(static_cast<std::int32_t>(port.Flags));
+    out.Integer(port.StopBits);
+  }
+  out.Single(session.Width);
+  out.Single(session.Height);
+  out.Integer(static_cast<std::int64_t>(session.Windows.size()));
+  for (const SessionWindow& window : session.Windows) {
+    out.String(window.ProjectFile);
+    out.Integer(window.COM);
+    out.Integer(window.ID);
+    out.Integer(window.Mode);
+    out.Integer(window.Timeout);
+    out.Integer(window.PollingPeriod);
+    out.Integer(window.Interval);
+    out.Boolean(window.AutoEnable);
+    out.Single(window.Left);
+    out.Single(window.Top);
+    out.Single(window.Width);
+    out.Single(window.Height);
+  }
+  return out.Text();
+}
+
+SessionFile ParseSession(std::string_view text) {
+  WriteNotationReader in(text);
+  SessionFile session;
+  for (int com = 1; com <= 16; ++com) {
+    SessionPort& port = session.Ports[static_cast<std::size_t>(com - 1)];
+    port.ASCII = in.Boolean(PortField(com, "ASCII"));
+    port.ASCII8bits = in.Boolean(PortField(com, "ASCII8bits"));
+    port.BaudRate = static_cast<std::uint32_t>(in.Integer(PortField(com, "BaudRate"), kLongLow, kLongHigh));
+    port.Mode = static_cast<std::int16_t>(in.Integer(PortField(com, "Mode"), kIntegerLow, kIntegerHigh));
+    port.Parity = static_cast<std::uint8_t>(in.Integer(PortField(com, "Parity"), 0, 255));
+    port.Flags = static_cast<std::uint32_t>(in.Integer(PortField(com, "flag word"), kLongLow, kLongHigh));
+    port.StopBits = static_cast<std::uint8_t>(in.Integer(PortField(com, "StopBits"), 0, 255));
+  }
+  session.Width = in.Single("the frame width");
+  session.Height = in.Single("the frame height");
+  const auto count = in.Integer("the number of windows", 0, kIntegerHigh);
+  for (std::int64_t i = 1; i <= count; ++i) {
+    const auto n = static_cast<std::size_t>(i);
+    SessionWindow window;
+    window.ProjectFile = in.String(WindowField(n, "the project file"));
+    window.COM = static_cast<std::int16_t>(in.Integer(WindowField(n, "COM"), kIntegerLow, kIntegerHigh));
+    // The window keeps its slave address in a byte.
+    window.ID = static_cast<std::int16_t>(in.Integer(WindowField(n, "ID"), 0, 255));
+    window.Mode = static_cast<std::int16_t>(in.Integer(WindowField(n, "Mode"), kIntegerLow, kIntegerHigh));
+    window.Timeout = static_cast<std::int32_t>(in.Integer(WindowField(n, "Timeout"), kLongLow, kLongHigh));
+    window.PollingPeriod = static_cast<std::int32_t>(in.Integer(WindowField(n, "PollingPeriod"), kLongLow, kLongHigh));
+    window.Interval = static_cast<std::int32_t>(in.Integer(WindowField(n, "Interval"), kLongLow, kLongHigh));
+    window.AutoEnable = in.Boolean(WindowField(n, "AutoEnable"));
+    window.Left = in.Single(WindowField(n, "the left edge"));
+    window.Top = in.Single(WindowField(n, "the top edge"));
+    window.Width = in.Single(WindowField(n, "the width"));
+    window.Height = in.Single(WindowField(n, "the height"));
+    session.Windows.push_back(std::move(window));
+  }
+  return session;
+}
+
+}  // namespace quorvel

@@ -1,0 +1,426 @@
+// Session files through the frame: what is written, what comes back, and
+// what a damaged or foreign file does.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "SessionTestSupport.h"
+#include "app/Session.h"
+#include "app/SessionFile.h"
+#include "serial/clsCOM.h"
+
+namespace quorvel {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::TempDir;
+using testing::TestFrame;
+using testing::WriteTestProject;
+
+const std::string kDefaultPort = "#FALSE#\r\n#FALSE#\r\n9600\r\n0\r\n0\r\n12305\r\n0\r\n";
+
+std::string Repeat(const std::string& text, int times) {
+  std::string out;
+  for (int i = 0; i < times; ++i) out += text;
+  return out;
+}
+
+struct WindowSettings {
+  std::int16_t mode;
+  std::int16_t com;
+  std::uint8_t id;
+  std::int32_t timeout, period, interval;
+  bool autoEnable;
+  WindowPlacement place;
+};
+
+frmQuorvel& Open(TestFrame& t, const std::string& project, const WindowSettings& s) {
+  frmQuorvel* window = t.frame.OpenProject(project);
+  if (!window) throw std::runtime_error("test project did not open: " + project);
+  window->SetMode(s.mode);
+  window->SetCOM(s.com);
+  window->SetID(s.id);
+  window->SetTimeout(s.timeout);
+  window->SetPollingPeriod(s.period);
+  window->SetInterval(s.interval);
+  window->SetAutoEnable(s.autoEnable);
+  window->Placement = s.place;
+  return *window;
+}
+
+void ExpectWindow(const frmQuorvel& window, const std::string& project, const WindowSettings& s) {
+  SCOPED_TRACE(project);
+  EXPECT_EQ(window.ProjectFile(), project);
+  EXPECT_EQ(window.Mode(), s.mode);
+  EXPECT_EQ(window.COM(), s.com);
+  EXPECT_EQ(window.ID(), s.id);
+  EXPECT_EQ(window.Timeout(), s.timeout);
+  EXPECT_EQ(window.PollingPeriod(), s.period);
+  EXPECT_EQ(window.Interval(), s.interval);
+  EXPECT_EQ(window.AutoEnable(), s.autoEnable);
+  EXPECT_EQ(window.Placement, s.place);
+}
+
+TEST(SessionFile, TheSampleFollowsTheLayout) {
+  const std::string bytes = testing::ReadBytes(QUORVEL_TEST_DATA "/../../samples/Coriolis.qvs");
+  ASSERT_FALSE(bytes.empty());
+  SessionFile expected;
+  expected.Ports[0] = {false, false, 19200, 1, 2, 12305, 0};
+  expected.Ports[1] = {false, false, 19200, 2, 2, 12305, 0};
+  expected.Width = 15360;
+  expected.Height = 11520;
+  expected.Windows = {{"Coriolis.qvc", 1, 1, 1, 1000, 1000, 20, true, 0, 0, 11040, 7800},
+                      {"Coriolis.qvc", 2, 1, 2, 1000, 1000, 20, true, 600, 600, 11040, 7800}};
+  EXPECT_EQ(ParseSession(bytes), expected);
+  // Written again it is the same file, byte for byte.
+  EXPECT_EQ(FormatSession(expected), bytes);
+}
+
+TEST(Session, WritesEveryValueOnItsOwnLine) {
+  TempDir dir;
+  TestFrame t;
+  const std::string project = WriteTestProject(dir.Make("meter.qvc"));
+  t.frame.Port(3).ASCII = true;
+  t.frame.Port(3).dcb.BaudRate = 19200;
+  t.frame.Port(3).dcb.Parity = 2;
+  t.frame.Port(3).dcb.Flags = 0x1011;
+  t.frame.Port(3).dcb.StopBits = 2;
+  t.frame.Placement = {0, 0, 15360, 11520};
+  Open(t, project, {kSlave, 3, 17, 250, 500, 30, false, {120, 240, 4800.5f, 3600}});
+  t.frame.Globals().SessionChanged = true;
+
+  const std::string file = dir.Make("s.qvs");
+  ASSERT_TRUE(SaveSession(t.frame, file)) << t.messages.front();
+  EXPECT_FALSE(t.frame.Globals().SessionChanged);
+  const std::string expected = Repeat(kDefaultPort, 2) + "#TRUE#\r\n#FALSE#\r\n19200\r\n2\r\n2\r\n4113\r\n2\r\n" +
+                               Repeat(kDefaultPort, 13) + "15360\r\n11520\r\n1\r\n" +
+                               "\"meter.qvc\"\r\n3\r\n17\r\n2\r\n250\r\n500\r\n30\r\n#FALSE#\r\n"
+                               "120\r\n240\r\n4800.5\r\n3600\r\n";
+  EXPECT_EQ(testing::ReadBytes(file), expected);
+}
+
+TEST(Session, RoundTripRestoresWindowsPortsAndPlaces) {
+  TempDir dir, elsewhere;
+  const std::string beside = WriteTestProject(dir.Make("work/Beside.qvc"));
+  const std::string sibling = WriteTestProject(dir.Make("projects/Sibling.qvc"));
+  const std::string below = WriteTestProject(dir.Make("work/sub/Below.qvc"));
+  const std::string foreign = WriteTestProject(elsewhere.Make("Foreign.qvc"));
+  const std::vector<std::pair<std::string, WindowSettings>> windows = {
+      {beside, {kMaster, 1, 1, 1000, 2000, 20, true, {0, 0, 6000, 4000}}},
+      {sibling, {kMaster, 1, 247, 300, 100, 0, false, {300, 300, 6000.25f, 4000}}},
+      {below, {kSlave, 2, 5, 50, 60, 70, true, {600, 600, 5000, 3000}}},
+      {foreign, {kMonitor, 0, 9, 0, 0, 0, true, {1, 2, 3, 4}}},
+      {beside, {kMonitor, 16, 0, -1, 2147483647, -2147483647 - 1, false, {-15, -30, 0, 0}}},
+  };
+  const std::string file = dir.Make("work/s.qvs");
+  {
+    TestFrame t;
+    for (const auto& [project, settings] : windows) Open(t, project, settings);
+    PortEntry& com2 = t.frame.Port(2);
+    com2.ASCII = true;
+    com2.ASCII8bits = true;
+    com2.dcb = {28, 115200, 0x0011, 1024, 512, 7, 1, 2};
+    t.frame.Port(9).dcb.BaudRate = 300;
+    t.frame.Placement = {10, 20, 12345.5f, 6789};
+    ASSERT_TRUE(SaveSession(t.frame, file)) << t.messages.front();
+  }
+  // Projects beside and below the session are stored relative to it, and so
+  // is the sibling directory; the only way to the other folder is through
+  // their common parent.
+  const SessionFile stored = ParseSession(testing::ReadBytes(file));
+  ASSERT_EQ(stored.Windows.size(), windows.size());
+  EXPECT_EQ(stored.Windows[0].ProjectFile, "Beside.qvc");
+  EXPECT_EQ(stored.Windows[1].ProjectFile, "../projects/Sibling.qvc");
+  EXPECT_EQ(stored.Windows[2].ProjectFile, "sub/Below.qvc");
+  EXPECT_EQ(stored.Windows[3].ProjectFile, "../../" + elsewhere.path().filename().string() + "/Foreign.qvc");
+
+  TestFrame t;
+  t.frame.Port(2).dcb.ByteSize = 5;  // not in the file: stays
+  ASSERT_TRUE(LoadSession(t.frame, file));
+  EXPECT_TRUE(t.messages.empty()) << t.messages.front();
+  ASSERT_EQ(t.frame.Devices().size(), windows.size());
+  for (std::size_t i = 0; i < windows.size(); ++i) {
+    ExpectWindow(*t.frame.Devices()[i], windows[i].first, windows[i].second);
+  }
+  const PortEntry& com2 = t.frame.Port(2);
+  EXPECT_TRUE(com2.ASCII);
+  EXPECT_TRUE(com2.ASCII8bits);
+  EXPECT_EQ(com2.dcb.BaudRate, 115200U);
+  EXPECT_EQ(com2.dcb.Flags, 0x0011U);
+  EXPECT_EQ(com2.dcb.Parity, 1);
+  EXPECT_EQ(com2.dcb.StopBits, 2);
+  EXPECT_EQ(com2.dcb.ByteSize, 5);
+  EXPECT_EQ(com2.Mode, kSlave);
+  EXPECT_EQ(t.frame.Port(9).dcb.BaudRate, 300U);
+  EXPECT_EQ(t.frame.Port(1).Users, 2);
+  EXPECT_EQ(t.frame.Port(1).Mode, kMaster);
+  EXPECT_EQ(t.frame.Port(16).Mode, kMonitor);
+  EXPECT_EQ(t.frame.Placement.Width, 12345.5f);
+  EXPECT_EQ(t.frame.Placement.Height, 6789);
+  EXPECT_EQ(t.frame.Placement.Left, 0);  // the session keeps only the size
+}
+
+TEST(Session, AFolderMovedAsAWholeStillOpens) {
+  TempDir dir;
+  WriteTestProject(dir.Make("a/work/P.qvc"));
+  WriteTestProject(dir.Make("a/projects/Q.qvc"));
+  {
+    TestFrame t;
+    Open(t, (dir.path() / "a/work/P.qvc").string(), {kMaster, 4, 2, 1, 2, 3, true, {}});
+    Open(t, (dir.path() / "a/projects/Q.qvc").string(), {kMaster, 4, 3, 1, 2, 3, true, {}});
+    ASSERT_TRUE(SaveSession(t.frame, dir.Make("a/work/s.qvs")));
+  }
+  fs::rename(dir.path() / "a", dir.path() / "moved");
+  TestFrame t;
+  ASSERT_TRUE(LoadSession(t.frame, (dir.path() / "moved/work/s.qvs").string()));
+  ASSERT_EQ(t.frame.Devices().size(), 2U);
+  EXPECT_EQ(t.frame.Devices()[0]->ProjectFile(), (dir.path() / "moved/work/P.qvc").string());
+  EXPECT_EQ(t.frame.Devices()[1]->ProjectFile(), (dir.path() / "moved/projects/Q.qvc").string());
+}
+
+TEST(Session, ReadsASessionWrittenOnWindows) {
+  TempDir dir;
+  const std::string a = WriteTestProject(dir.Make("Projects/A.qvc"));
+  const std::string b = WriteTestProject(dir.Make("Sessions/Sub/B.qvc"));
+  const std::string c = WriteTestProject(dir.Make("Sessions/B\xC3\xBCro/C.qvc"));  // "Büro" in UTF-8
+  const auto block = [](const std::string& path, int com) {
+    return "\"" + path + "\"\r\n" + std::to_string(com) + "\r\n1\r\n1\r\n1000\r\n1000\r\n20\r\n#TRUE#\r\n0\r\n0\r\n" +
+           "9000\r\n6000\r\n";
+  };
+  // Backslashes, a drive letter that means nothing here, and a name in the
+  // ANSI code page (0xFC is "ü").
+  const std::string text = Repeat(kDefaultPort, 16) + "15360\r\n11520\r\n4\r\n" + block("..\\Projects\\A.qvc", 1) +
+                           block("Sub\\B.qvc", 0) + block("C:\\Quorvel\\Meters\\D.qvc", 2) + block("B\xFCro\\C.qvc", 0);
+  const std::string file = dir.Make("Sessions/Plant.qvs");
+  testing::WriteBytes(file, text);
+
+  TestFrame t;
+  ASSERT_TRUE(LoadSession(t.frame, file));
+  ASSERT_EQ(t.frame.Devices().size(), 3U);
+  EXPECT_EQ(t.frame.Devices()[0]->ProjectFile(), a);
+  EXPECT_EQ(t.frame.Devices()[0]->COM(), 1);
+  EXPECT_EQ(t.frame.Devices()[1]->ProjectFile(), b);
+  EXPECT_EQ(t.frame.Devices()[2]->ProjectFile(), c);
+  EXPECT_EQ(t.messages, std::vector<std::string>{"Path not found: C:\\Quorvel\\Meters\\D.qvc"});
+
+  // Saved here, the same windows are named with "/" and in the code page.
+  ASSERT_TRUE(SaveSession(t.frame, file));
+  const SessionFile saved = ParseSession(testing::ReadBytes(file));
+  EXPECT_EQ(saved.Windows[0].ProjectFile, "../Projects/A.qvc");
+  EXPECT_EQ(saved.Windows[1].ProjectFile, "Sub/B.qvc");
+  EXPECT_EQ(saved.Windows[2].ProjectFile, "B\xFCro/C.qvc");
+}
+
+TEST(Session, ANameOutsideTheCodePageIsNotSavedAndTheOldFileStays) {
+  TempDir dir;
+  const std::string project = WriteTestProject(dir.Make("\xD0\x96uk/P.qvc"));  // "Жuk": Cyrillic Zhe
+  const std::string file = dir.Make("s.qvs");
+  testing::WriteBytes(file, "old");
+  TestFrame t;
+  Open(t, project, {kMaster, 0, 1, 0, 0, 0, true, {}});
+  t.frame.Globals().SessionChanged = true;
+  EXPECT_FALSE(SaveSession(t.frame, file));
+  ASSERT_EQ(t.messages.size(), 1U);
+  EXPECT_EQ(t.messages[0].rfind("Cannot write " + file + ": ", 0), 0U) << t.messages[0];
+  EXPECT_EQ(testing::ReadBytes(file), "old");
+  EXPECT_TRUE(t.frame.Globals().SessionChanged);
+
+  // In the Cyrillic code page the same name is one byte, 0xC6, and comes back.
+  const CodePage& cyrillic = *CodePage::Find(1251);
+  ASSERT_TRUE(SaveSession(t.frame, file, cyrillic));
+  EXPECT_NE(testing::ReadBytes(file).find("\"\xC6uk/P.qvc\""), std::string::npos);
+  TestFrame back;
+  ASSERT_TRUE(LoadSession(back.frame, file, cyrillic));
+  ASSERT_EQ(back.frame.Devices().size(), 1U);
+  EXPECT_EQ(back.frame.Devices()[0]->ProjectFile(), project);
+}
+
+TEST(Session, ASaveThatCannotBeWrittenIsReported) {
+  TempDir dir;
+  TestFrame t;
+  t.frame.Globals().SessionChanged = true;
+  const std::string file = (dir.path() / "missing/s.qvs").string();
+  EXPECT_FALSE(SaveSession(t.frame, file));
+  ASSERT_EQ(t.messages.size(), 1U);
+  EXPECT_EQ(t.messages[0].rfind("Cannot write " + file, 0), 0U) << t.messages[0];
+  EXPECT_TRUE(t.frame.Globals().SessionChanged);
+  EXPECT_FALSE(fs::exists(file));
+}
+
+TEST(Session, AMissingFileIsPathNotFound) {
+  TempDir dir;
+  TestFrame t;
+  const std::string file = (dir.path() / "none.qvs").string();
+  EXPECT_FALSE(LoadSession(t.frame, file));
+  EXPECT_EQ(t.messages, std::vector<std::string>{"Path not found: " + file});
+  t.messages.clear();
+  EXPECT_FALSE(LoadSession(t.frame, dir.path().string()));  // a directory is no session
+  EXPECT_EQ(t.messages.size(), 1U);
+}
+
+// A frame whose port table and windows a failed load must leave alone.
+void ExpectUntouched(TestFrame& t, const std::string& what) {
+  SCOPED_TRACE(what);
+  EXPECT_TRUE(t.frame.Devices().empty());
+  for (int com = 1; com <= 16; ++com) {
+    EXPECT_EQ(t.frame.Port(com).dcb, DCB{});
+    EXPECT_EQ(t.frame.Port(com).Mode, 0);
+  }
+  EXPECT_EQ(t.frame.Placement, WindowPlacement{});
+}
+
+TEST(Session, DamagedFilesChangeNothingAndSayWhereTheyAreDamaged) {
+  TempDir dir;
+  const std::string project = WriteTestProject(dir.Make("P.qvc"));
+  const std::string file = dir.Make("s.qvs");
+  {
+    TestFrame t;
+    t.frame.Placement = {0, 0, 9000, 6000};
+    Open(t, project, {kSlave, 5, 1, 0, 0, 0, true, {}});
+    t.frame.Port(5).dcb.BaudRate = 38400;
+    ASSERT_TRUE(SaveSession(t.frame, file));
+  }
+  const std::string good = testing::ReadBytes(file);
+  std::vector<std::size_t> lineStarts = {0};
+  for (std::size_t i = 0; i < good.size(); ++i) {
+    if (good[i] == '\n') lineStarts.push_back(i + 1);
+  }
+  ASSERT_EQ(lineStarts.size(), 16 * 7 + 3 + 12 + 1U);  // the last start is the end
+
+  // Cut after every line, and in the middle of the last one.
+  for (std::size_t lines = 0; lines + 1 < lineStarts.size(); ++lines) {
+    testing::WriteBytes(file, good.substr(0, lineStarts[lines]));
+    TestFrame t;
+    EXPECT_FALSE(LoadSession(t.frame, file)) << lines;
+    ASSERT_EQ(t.messages.size(), 1U);
+    EXPECT_NE(t.messages[0].find("line " + std::to_string(lines + 1) + ": Input past end of file"), std::string::npos)
+        << t.messages[0];
+    ExpectUntouched(t, "cut after line " + std::to_string(lines));
+  }
+
+  struct Damage {
+    std::size_t line;  // 1-based
+    std::string text;
+    std::string reason;
+  };
+  const std::vector<Damage> damages = {
+      {1, "yes", "Type mismatch reading ASCII of COM1"},
+      {3, "fast", "Type mismatch reading BaudRate of COM1"},
+      {31, "2147483648", "Overflow reading BaudRate of COM5"},
+      {5, "256", "Overflow reading Parity of COM1"},
+      {113, "\"wide\"", "Type mismatch reading the frame width"},
+      {115, "-1", "Overflow reading the number of windows"},
+      {116, "7", ""},     // an unquoted name is read as written; the project is then not found
+      {116, "\"\"", ""},  // an empty name is the session's own folder, no project
+      {118, "300", "Overflow reading ID of window 1"},
+      {124, "#TRUE#", "Type mismatch reading the left edge of window 1"},
+  };
+  for (const Damage& d : damages) {
+    const std::string text = good.substr(0, lineStarts[d.line - 1]) + d.text + "\r\n" + good.substr(lineStarts[d.line]);
+    testing::WriteBytes(file, text);
+    TestFrame t;
+    if (d.reason.empty()) {
+      EXPECT_TRUE(LoadSession(t.frame, file)) << d.text;
+      EXPECT_TRUE(t.frame.Devices().empty());
+      ASSERT_EQ(t.messages.size(), 1U);
+      if (d.text == "7") {
+        EXPECT_EQ(t.messages[0], "Path not found: " + (dir.path() / "7").string());
+      }
+      continue;
+    }
+    EXPECT_FALSE(LoadSession(t.frame, file)) << d.reason;
+    ASSERT_EQ(t.messages.size(), 1U);
+    EXPECT_EQ(t.messages[0], file + ", line " + std::to_string(d.line) + ": " + d.reason + ", found " +
+                                 (d.text.front() == '"' ? d.text : "\"" + d.text + "\""));
+    ExpectUntouched(t, d.reason);
+  }
+
+  // Bytes that are no text at all.
+  std::string noise;
+  for (int i = 0; i < 4096; ++i) noise += static_cast<char>((i * 7919 + 13) % 256);
+  testing::WriteBytes(file, noise);
+  TestFrame t;
+  EXPECT_FALSE(LoadSession(t.frame, file));
+  EXPECT_EQ(t.messages.size(), 1U);
+  ExpectUntouched(t, "noise");
+}
+
+TEST(Session, AProjectThatNoLongerLoadsIsSkipped) {
+  TempDir dir;
+  const std::string first = WriteTestProject(dir.Make("First.qvc"));
+  const std::string gone = WriteTestProject(dir.Make("Gone.qvc"));
+  const std::string last = WriteTestProject(dir.Make("Last.qvc"));
+  const std::string file = dir.Make("s.qvs");
+  {
+    TestFrame t;
+    for (const auto& project : {first, gone, last}) Open(t, project, {kMaster, 7, 1, 0, 0, 0, true, {}});
+    ASSERT_TRUE(SaveSession(t.frame, file));
+  }
+  fs::remove(gone);
+  TestFrame t;
+  ASSERT_TRUE(LoadSession(t.frame, file));
+  ASSERT_EQ(t.frame.Devices().size(), 2U);
+  EXPECT_EQ(t.frame.Devices()[0]->ProjectFile(), first);
+  EXPECT_EQ(t.frame.Devices()[1]->ProjectFile(), last);
+  EXPECT_EQ(t.messages, std::vector<std::string>{"Path not found: " + gone});
+  EXPECT_EQ(t.frame.Port(7).Users, 2);
+}
+
+TEST(Session, LoadingTwiceOpensEveryProjectTwice) {
+  TempDir dir;
+  const std::string project = WriteTestProject(dir.Make("P.qvc"));
+  const std::string file = dir.Make("s.qvs");
+  {
+    TestFrame t;
+    Open(t, project, {kMaster, 3, 1, 0, 0, 0, true, {}});
+    ASSERT_TRUE(SaveSession(t.frame, file));
+  }
+  TestFrame t;
+  ASSERT_TRUE(LoadSession(t.frame, file));
+  ASSERT_TRUE(LoadSession(t.frame, file));
+  ASSERT_EQ(t.frame.Devices().size(), 2U);
+  // Master windows share their port.
+  EXPECT_EQ(t.frame.Devices()[1]->COM(), 3);
+  EXPECT_EQ(t.frame.Port(3).Users, 2);
+}
+
+TEST(Session, WindowsOfAnotherModeGiveUpTheSessionsPort) {
+  TempDir dir;
+  const std::string project = WriteTestProject(dir.Make("P.qvc"));
+  const std::string file = dir.Make("s.qvs");
+  {
+    TestFrame t;
+    Open(t, project, {kMaster, 3, 1, 0, 0, 0, true, {}});
+    ASSERT_TRUE(SaveSession(t.frame, file));
+  }
+  TestFrame t;
+  frmQuorvel& slave = Open(t, project, {kSlave, 3, 1, 0, 0, 0, true, {}});
+  frmQuorvel& otherPort = Open(t, project, {kSlave, 4, 1, 0, 0, 0, true, {}});
+  ASSERT_TRUE(LoadSession(t.frame, file));
+  EXPECT_EQ(slave.COM(), 0);
+  EXPECT_EQ(otherPort.COM(), 4);
+  EXPECT_EQ(t.frame.Devices().back()->COM(), 3);
+  EXPECT_EQ(t.frame.Port(3).Mode, kMaster);
+  EXPECT_EQ(t.frame.Port(3).Users, 1);
+}
+
+TEST(Session, TheSampleSessionOpensTheSampleProjectTwice) {
+  const std::string sample = QUORVEL_BIN_DIR "/Coriolis.qvs";
+  if (!fs::exists(sample) || !fs::exists(QUORVEL_BIN_DIR "/Coriolis.qvc")) GTEST_SKIP() << "samples not built";
+  TestFrame t;
+  ASSERT_TRUE(LoadSession(t.frame, sample));
+  EXPECT_TRUE(t.messages.empty());
+  ASSERT_EQ(t.frame.Devices().size(), 2U);
+  EXPECT_EQ(t.frame.Devices()[0]->Mode(), kMaster);
+  EXPECT_EQ(t.frame.Devices()[0]->COM(), 1);
+  EXPECT_EQ(t.frame.Devices()[1]->Mode(), kSlave);
+  EXPECT_EQ(t.frame.Devices()[1]->COM(), 2);
+  EXPECT_EQ(t.frame.Port(1).dcb.BaudRate, 19200U);
+  EXPECT_EQ(t.frame.Port(2).dcb.Parity, 2);
+}
+
+}  // namespace
+}  // namespace quorvel

@@ -1,0 +1,83 @@
+#pragma once
+
+// Temporary folders, small project files and a headless frame for the tests
+// of session files, recent lists and the frame's file commands.
+
+#include <stdlib.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "app/frmQuorvelMain.h"
+#include "platform/Clock.h"
+#include "project/ProjectFile.h"
+#include "project/ProjectWriter.h"
+
+namespace quorvel::testing {
+
+// A fresh folder of its own (so tests may run side by side), removed at the end.
+class TempDir {
+ public:
+  TempDir() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "quorvel-app-XXXXXX").string();
+    if (!mkdtemp(pattern.data())) throw std::runtime_error("no temporary folder");
+    path_ = pattern;
+  }
+  ~TempDir() {
+    std::error_code ec;
+    std::filesystem::remove_all(path_, ec);
+  }
+  TempDir(const TempDir&) = delete;
+  TempDir& operator=(const TempDir&) = delete;
+
+  const std::filesystem::path& path() const { return path_; }
+  // `relative` below the folder, its parent folders created.
+  std::string Make(const std::string& relative) const {
+    const auto full = path_ / relative;
+    std::filesystem::create_directories(full.parent_path());
+    return full.string();
+  }
+
+ private:
+  std::filesystem::path path_;
+};
+
+// A project with no elements and no requests, whose header sets a polling
+// period, a time-out and an interval that differ from what tests set later.
+inline std::string WriteTestProject(const std::string& path) {
+  ProjectFile file;
+  file.Header = "DraventaFabricant session test\r\n";
+  file.Setting1 = 777;
+  file.Timeout = 55;
+  file.Interval = 11;
+  file.Sections = SectionsFor(file);
+  std::string error;
+  if (!SaveProjectBytes(path, WriteProject(file), error)) throw std::runtime_error(error);
+  return path;
+}
+
+inline std::string ReadBytes(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+inline void WriteBytes(const std::string& path, const std::string& bytes) {
+  std::ofstream(path, std::ios::binary) << bytes;
+}
+
+// A headless frame whose message boxes are collected.
+struct TestFrame {
+  platform::ManualClock clock;
+  frmQuorvelMain frame{clock};
+  std::vector<std::string> messages;
+
+  TestFrame() {
+    frame.SetMsgBoxSink([this](const std::string& text) { messages.push_back(text); });
+  }
+};
+
+}  // namespace quorvel::testing

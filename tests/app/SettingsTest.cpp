@@ -1,0 +1,134 @@
+// The frame's settings in the per-user store: defaults from the screen, the
+// recent lists, what unload writes and what it leaves.
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "SessionTestSupport.h"
+#include "app/Settings.h"
+#include "serial/clsCOM.h"
+
+namespace quorvel {
+namespace {
+
+using List = std::vector<std::string>;
+
+std::string Get(platform::SettingsStore& store, const std::string& key) {
+  return store.GetSetting("Quorvel", "Startup", key, "<none>");
+}
+
+void Put(platform::SettingsStore& store, const std::string& key, const std::string& value) {
+  store.SaveSetting("Quorvel", "Startup", key, value);
+}
+
+TEST(Settings, AFirstStartTakesTheMiddleOfTheScreen) {
+  struct Case {
+    ScreenSize screen;
+    WindowPlacement expected;
+  };
+  // 1920 x 1080 and 1366 x 768 pixels at 15 twips a pixel.
+  const std::vector<Case> cases = {{{28800, 16200}, {4800, 2700, 19200, 10800}},
+                                   {{20490, 11520}, {3415, 1920, 13660, 7680}}};
+  for (const Case& c : cases) {
+    platform::MemorySettingsStore store;
+    testing::TestFrame t;
+    t.frame.Globals().AppPath = "/opt/q/";
+    LoadStartupSettings(store, t.frame, c.screen);
+    EXPECT_EQ(t.frame.Placement, c.expected);
+    EXPECT_EQ(t.frame.Globals().LastPath, "");
+    EXPECT_EQ(t.frame.Globals().RecentFiles, List{"/opt/q/Coriolis.qvc"});
+    EXPECT_EQ(t.frame.Globals().RecentSessions, List{"/opt/q/Coriolis.qvs"});
+  }
+}
+
+TEST(Settings, StoredValuesWinAndUnreadableOnesFallBack) {
+  platform::MemorySettingsStore store;
+  Put(store, "MainLeft", "123.5");
+  Put(store, "MainTop", "abc");
+  Put(store, "MainWidth", "");
+  Put(store, "MainHeight", "9000");
+  Put(store, "Path", "/home/u/meters");
+  Put(store, "1", "/p/one.qvc");
+  Put(store, "2", "");
+  Put(store, "3", "/p/three.qvc");
+  Put(store, "8s", "/s/eight.qvs");
+  Put(store, "9", "/p/nine.qvc");  // beyond the list
+  testing::TestFrame t;
+  LoadStartupSettings(store, t.frame, {28800, 16200});
+  EXPECT_EQ(t.frame.Placement, (WindowPlacement{123.5f, 2700, 19200, 9000}));
+  EXPECT_EQ(t.frame.Globals().LastPath, "/home/u/meters");
+  EXPECT_EQ(t.frame.Globals().RecentFiles, (List{"/p/one.qvc", "/p/three.qvc"}));
+  EXPECT_EQ(t.frame.Globals().RecentSessions, List{"/s/eight.qvs"});
+}
+
+TEST(Settings, UnloadWritesTheListsInOrderAndLeavesLaterKeys) {
+  platform::MemorySettingsStore store;
+  Put(store, "3", "/old/three.qvc");
+  Put(store, "MainLeft", "1");
+  testing::TestFrame t;
+  t.frame.Globals().RecentFiles = {"/a.qvc", "/b.qvc"};
+  t.frame.Globals().RecentSessions = {"/s.qvs"};
+  t.frame.Globals().LastPath = "/last";
+  t.frame.Placement = {10, 20, 3000.5f, 4000};
+  EXPECT_TRUE(SaveStartupSettings(store, t.frame));
+  EXPECT_EQ(Get(store, "1"), "/a.qvc");
+  EXPECT_EQ(Get(store, "2"), "/b.qvc");
+  EXPECT_EQ(Get(store, "3"), "/old/three.qvc");
+  EXPECT_EQ(Get(store, "1s"), "/s.qvs");
+  EXPECT_EQ(Get(store, "2s"), "<none>");
+  EXPECT_EQ(Get(store, "MainLeft"), "10");
+  EXPECT_EQ(Get(store, "MainTop"), "20");
+  EXPECT_EQ(Get(store, "MainWidth"), "3000.5");
+  EXPECT_EQ(Get(store, "MainHeight"), "4000");
+  EXPECT_EQ(Get(store, "Path"), "/last");
+}
+
+TEST(Settings, AMinimisedFrameKeepsThePlaceItHadBefore) {
+  platform::MemorySettingsStore store;
+  Put(store, "MainLeft", "111");
+  testing::TestFrame t;
+  t.frame.Placement = {-32000, -32000, 100, 100};
+  t.frame.Minimized = true;
+  t.frame.Globals().LastPath = "/last";
+  SaveStartupSettings(store, t.frame);
+  EXPECT_EQ(Get(store, "MainLeft"), "111");
+  EXPECT_EQ(Get(store, "MainWidth"), "<none>");
+  EXPECT_EQ(Get(store, "Path"), "/last");
+}
+
+TEST(Settings, ASecondStartFindsWhatTheFirstLeftInTheFile) {
+  testing::TempDir dir;
+  const std::string project = testing::WriteTestProject(dir.Make("P.qvc"));
+  platform::FileSettingsStore store(dir.path() / "config");
+  {
+    testing::TestFrame t;
+    t.frame.Globals().AppPath = "/opt/q/";
+    LoadStartupSettings(store, t.frame, {28800, 16200});
+    t.frame.OpenProject(project);
+    t.frame.Placement.Left = 600;
+    t.frame.Globals().LastPath = dir.path().string();
+    EXPECT_TRUE(MDIForm_Unload(t.frame, store));
+    EXPECT_TRUE(t.frame.Devices().empty());
+  }
+  testing::TestFrame t;
+  LoadStartupSettings(store, t.frame, {1, 1});
+  // The closed window's project went to the head of the list, the sample after it.
+  EXPECT_EQ(t.frame.Globals().RecentFiles, (List{project, "/opt/q/Coriolis.qvc"}));
+  EXPECT_EQ(t.frame.Globals().RecentSessions, List{"/opt/q/Coriolis.qvs"});
+  EXPECT_EQ(t.frame.Placement, (WindowPlacement{600, 2700, 19200, 10800}));
+  EXPECT_EQ(t.frame.Globals().LastPath, dir.path().string());
+}
+
+TEST(Settings, ThePortMapComesFromThePortsSection) {
+  platform::MemorySettingsStore store;
+  store.SaveSetting("Quorvel", "Ports", "COM3", "/dev/ttyAMA0");
+  store.SaveSetting("Quorvel", "Startup", "COM4", "/dev/wrong-section");
+  const platform::PortMap map = LoadPortMap(store);
+  EXPECT_EQ(map.Path(3), "/dev/ttyAMA0");
+  EXPECT_EQ(map.Path(4), "/dev/ttyS3");
+}
+
+}  // namespace
+}  // namespace quorvel
