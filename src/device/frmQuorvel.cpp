@@ -55,8 +55,9 @@ bool frmQuorvel::SetProjectFile(const std::string& path) {
   DiscreteElements = std::move(load.DiscreteElements);
   PictureElements = std::move(load.PictureElements);
   Requests = std::move(load.Requests);
+  // The value labels keep the address captions the elements gave them until
+  // the first value or a change of mode.
   ComputeAddressRanges();
-  ResetPanel();
   return true;
 }
 

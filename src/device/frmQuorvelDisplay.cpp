@@ -157,8 +157,11 @@ void frmQuorvel::ComputeAddressRanges() {
 void frmQuorvel::EmulatedValueStep(CtrlProp& element) {
   const std::int32_t period = element.Period();
   if (period < 2) return;
-  const std::int64_t elapsed = std::int64_t{host_.GetTickCount()} - connectTime_;
-  const double t = static_cast<double>(((elapsed % period) + period) % period);
+  // Wrapping difference: the tick counter turns negative after 24.8 days and
+  // the values must run on smoothly across that.
+  const auto elapsed = static_cast<std::int32_t>(static_cast<std::uint32_t>(host_.GetTickCount()) -
+                                                 static_cast<std::uint32_t>(connectTime_));
+  const double t = static_cast<double>(((std::int64_t{elapsed} % period) + period) % period);
   const double f = t / period;
   const double d = element.DefaultValue(), v1 = element.Value1(), v2 = element.Value2();
   double value;

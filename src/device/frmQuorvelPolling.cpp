@@ -29,7 +29,7 @@ void frmQuorvel::DoRequest() {
   // A refused one-shot request has left the queue already and is dropped.
   waitResponce_ = sent;
   if (!sent) return;
-  counters_.RequestCount += 1;
+  MODBUS::CountUp(counters_.RequestCount);
   LastRequest = request;
 
   if (request->Control() != 0) {
@@ -60,8 +60,10 @@ void frmQuorvel::ScheduleAll(bool enable) {
 }
 
 void frmQuorvel::mnuAutoEnable_Click() {
+  // Rescheduled in every mode, so that a window that turns Master later
+  // polls only when its requests are enabled.
   SetAutoEnable(!autoEnable_);
-  if (mode_ == kMaster) ScheduleAll(autoEnable_);
+  ScheduleAll(autoEnable_);
 }
 
 void frmQuorvel::GetResponce(std::int32_t code, std::int32_t& length, std::span<std::uint8_t> buffer) {

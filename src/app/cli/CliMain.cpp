@@ -19,9 +19,10 @@ const std::map<std::string, CommandEntry>& Commands() {
       {"frame", {RunFrame, "frame rtu|ascii HEXBYTES..."}},
       {"check", {RunCheck, "check rtu|ascii FRAME..."}},
       {"decode", {RunDecode, "decode CODE HEXBYTES... [--format F] [--k K] [--x0 X]"}},
-      {"run", {RunRun,
-               "run [--map COMn=PATH]... [--seconds S] FILE.qvc [--com N] [--mode master|slave|monitor] [--id N] "
-               "[--timeout MS] [--period MS] [--line 19200-8E1[-ascii]]"}},
+      {"run",
+       {RunRun,
+        "run [--map COMn=PATH]... [--seconds S] FILE.qvc [--com N] [--mode master|slave|monitor] [--id N] "
+        "[--timeout MS] [--period MS] [--line 19200-8E1[-ascii]]"}},
       {"encode", {RunEncode, "encode CODE TEXT [--format F] [--k K] [--x0 X]"}},
       {"dump", {RunDump, "dump FILE.qvc [--codepage N]"}},
       {"build", {RunBuild, "build FILE.json -o FILE.qvc [--codepage N]"}},

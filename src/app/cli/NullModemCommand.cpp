@@ -9,8 +9,8 @@
 #include <system_error>
 
 #include "app/cli/HexArgs.h"
-#include "platform/StopSignals.h"
 #include "platform/NullModem.h"
+#include "platform/StopSignals.h"
 
 namespace quorvel::cli {
 namespace {
@@ -66,7 +66,6 @@ void PrintCounts(std::ostream& out, const platform::NullModem& modem, End from) 
 // SIGINT, SIGTERM and SIGHUP arrive through a descriptor that the forwarding
 // loop watches, so stopping needs no signal handler and is never lost
 // between two polls. Restores the signal mask when it goes.
-
 
 }  // namespace
 

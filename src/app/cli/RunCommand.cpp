@@ -6,8 +6,10 @@
 #include <chrono>
 #include <ostream>
 
+#include "app/Settings.h"
 #include "app/cli/HexArgs.h"
 #include "app/frmQuorvelMain.h"
+#include "platform/SettingsStore.h"
 #include "platform/StopSignals.h"
 #include "serial/PortEntry.h"
 
@@ -96,7 +98,9 @@ int RunRun(const Args& args, Io& io) {
   if (options.positional.size() != 1)
     return UsageError(io, "run", options.positional.empty() ? "" : "one project only");
 
+  // The user's port mapping, then this run's overrides.
   platform::PortMap portMap;
+  if (const auto store = platform::OpenUserSettings()) portMap = LoadPortMap(*store);
   for (const auto& [name, value] : options.named) {
     if (name != "--map") continue;
     if (const auto problem = portMap.ApplyOverride(value)) return UsageError(io, "run", *problem);

@@ -1,0 +1,205 @@
+// What a device window says about itself: its caption and the statistics line.
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "DeviceTestSupport.h"
+#include "FakeHost.h"
+#include "TestProject.h"
+#include "modbus/FrameCodec.h"
+
+namespace quorvel::testing {
+namespace {
+
+TestProject Coriolis() {
+  TestProject p;
+  p.name = "Coriolis";
+  p.timeout = 500;     // room for a 9600 baud answer
+  p.exeptions = 0x0F;  // every exception answer enabled
+  p.elements = {Box(0x00000000)};
+  p.requests = {Read(3, 0, 1, 1000)};
+  return p;
+}
+
+std::unique_ptr<frmQuorvel> NewWindow(FakeHost& host) {
+  auto w = std::make_unique<frmQuorvel>(host);
+  Load(*w, Coriolis());
+  w->LastRequest = w->Requests[0];
+  return w;
+}
+
+TEST(Caption, NamesProjectModeAddressAndPort) {
+  struct Case {
+    std::int16_t mode;
+    std::uint8_t id;
+    std::int16_t com;
+    std::int16_t state;
+    bool connected;
+    std::uint32_t baud;
+    std::uint8_t stopBits, parity;
+    bool ascii, ascii8;
+    const char* caption;
+  };
+  const Case cases[] = {
+      {kMaster, 1, 1, PortEntry::kOpen, true, 9600, 0, 0, false, false,
+       "Coriolis Master ID:1 Connected: COM1  9600-1-n-8 RTU"},
+      {kMaster, 1, 4, PortEntry::kNotAvailable, false, 19200, 2, 2, false, false,
+       "Coriolis Master ID:1 Not available: COM4  19200-2-e-8 RTU"},
+      {kSlave, 17, 16, PortEntry::kNotAvailable, true, 9600, 0, 0, false, false,
+       "Coriolis Slave ID:17 Not available: COM16  9600-1-n-8 RTU"},
+      {kSlave, 247, 2, PortEntry::kClosed, true, 1200, 0, 1, true, false,
+       "Coriolis Slave ID:247 COM2  1200-1-o-7 ASCII"},
+      {kMonitor, 1, 2, PortEntry::kOpen, false, 38400, 0, 0, true, true,
+       "Coriolis Monitor ID:1 COM2  38400-1-n-8 ASCII"},
+      // One and a half stop bits and mark parity have no mark of their own.
+      {kMaster, 3, 5, PortEntry::kOpen, true, 4800, 1, 3, false, false,
+       "Coriolis Master ID:3 Connected: COM5  48008 RTU"},
+      {kMaster, 1, 0, PortEntry::kOpen, true, 9600, 0, 0, false, false, "Coriolis Master ID:1"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.caption);
+    FakeHost host;
+    auto w = NewWindow(host);
+    w->SetMode(c.mode);
+    w->SetID(c.id);
+    w->SetCOM(c.com);
+    w->SetConnected(c.connected);
+    if (c.com != 0) {
+      PortEntry& e = host.ports[static_cast<std::size_t>(c.com)];
+      e.State = c.state;
+      e.dcb.BaudRate = c.baud;
+      e.dcb.StopBits = c.stopBits;
+      e.dcb.Parity = c.parity;
+      e.ASCII = c.ascii;
+      e.ASCII8bits = c.ascii8;
+    }
+    w->ShowCaption();
+    EXPECT_EQ(w->Caption(), c.caption);
+  }
+}
+
+// Hands the window an answer to its last request, as the port would.
+void Answer(frmQuorvel& w, std::int32_t code, std::vector<std::uint8_t> message = {}, bool goodCrc = true) {
+  std::vector<std::uint8_t> buffer(299);
+  std::copy(message.begin(), message.end(), buffer.begin());
+  auto length = static_cast<std::int32_t>(message.size());
+  if (!message.empty()) {
+    MODBUS::AddCRC(buffer, length);
+    if (!goodCrc) buffer[static_cast<std::size_t>(length)] ^= 0x01;
+    length += 2;
+  }
+  w.GetResponce(code, length, buffer);
+}
+
+enum class Event { Good, Timeout, Parity, Frame, Crc, Data, Ex1, Ex2, Ex3 };
+
+void Happen(frmQuorvel& w, Event e) {
+  constexpr std::int32_t kExpected = 1, kOtherLength = 4, kTimeout = 8, kParity = 16;
+  switch (e) {
+    case Event::Good:
+      return Answer(w, kExpected, {1, 3, 2, 0x00, 0x05});
+    case Event::Timeout:
+      return Answer(w, kTimeout);
+    case Event::Parity:
+      return Answer(w, kParity);
+    case Event::Frame:
+      return Answer(w, kOtherLength, {1, 3, 2, 0x00, 0x05, 0x00});
+    case Event::Crc:
+      return Answer(w, kExpected, {1, 3, 2, 0x00, 0x05}, false);
+    case Event::Data:
+      return Answer(w, kExpected, {1, 3, 4, 0x00, 0x05});  // byte count does not fit the request
+    case Event::Ex1:
+      return Answer(w, kOtherLength, {1, 0x83, 1});
+    case Event::Ex2:
+      return Answer(w, kOtherLength, {1, 0x83, 2});
+    case Event::Ex3:
+      return Answer(w, kOtherLength, {1, 0x83, 3});
+  }
+}
+
+TEST(Statistics, MasterLineSumsAllErrorsAndListsTheCountedOnes) {
+  using enum Event;
+  struct Case {
+    std::vector<Event> events;
+    const char* line;
+  };
+  const Case cases[] = {
+      {{Good}, " rQ:0 Err:0"},
+      {{Timeout, Ex2, Timeout, Timeout}, " rQ:0 Err:4 TOErr:3 Ex2:1"},
+      {{Parity, Frame, Frame}, " rQ:0 Err:3 FrErr:2 PtyErr:1"},
+      {{Ex3, Data, Crc, Ex1, Timeout, Frame, Parity, Good},
+       " rQ:0 Err:7 TOErr:1 DtErr:1 FrErr:1 PtyErr:1 CRCErr:1 Ex1:1 Ex3:1"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.line);
+    FakeHost host;
+    auto w = NewWindow(host);
+    for (Event e : c.events) Happen(*w, e);
+    EXPECT_EQ(w->lblStatistic(), c.line);
+
+    w->mnuClearCounters_Click();
+    EXPECT_EQ(w->lblStatistic(), " rQ:0 Err:0");
+    EXPECT_EQ(w->Counters(), MODBUS::TrafficCounters{});
+  }
+}
+
+TEST(Statistics, LineBeforeAnyTraffic) {
+  FakeHost host;
+  EXPECT_EQ(NewWindow(host)->lblStatistic(), " rQ: 0000 Err: 0000");
+  Bench bench;
+  const ProjectOnDisk file(Coriolis());
+  EXPECT_EQ(bench.frame.OpenProject(file.path())->lblStatistic(), " rQ: 0000 Err: 0000");
+}
+
+TEST(Statistics, SlaveLineCountsRequestsAndExceptionsOnly) {
+  FakeHost host;
+  auto w = NewWindow(host);
+  Happen(*w, Event::Timeout);  // a Master-side count, not shown for a Slave
+  w->SetMode(kSlave);
+  const std::vector<std::vector<std::uint8_t>> requests = {
+      {1, 3, 0, 0, 0, 1},    // served
+      {1, 3, 0, 100, 0, 1},  // no such register
+      {1, 3, 0, 50, 0, 1},   // nor this one
+      {1, 3, 0, 0, 0, 0},    // no quantity
+      {1, 0x41, 0, 0, 0, 0}  // no such function
+  };
+  for (auto request : requests) {
+    request.resize(299);
+    w->DoResponce(request, 6);
+  }
+  EXPECT_EQ(w->lblStatistic(), " rQ:5 Err:4 Ex1:1 Ex2:2 Ex3:1");
+  w->mnuClearCounters_Click();
+  EXPECT_EQ(w->lblStatistic(), " rQ:0 Err:0");
+}
+
+TEST(Statistics, MonitorLeavesTheLineAsItIs) {
+  FakeHost host;
+  auto w = NewWindow(host);
+  Happen(*w, Event::Timeout);
+  const std::string line = w->lblStatistic();
+  w->SetMode(kMonitor);
+  Happen(*w, Event::Parity);
+  w->RefreshStatistics();
+  EXPECT_EQ(w->lblStatistic(), line);
+  w->mnuClearCounters_Click();
+  EXPECT_EQ(w->lblStatistic(), line);
+}
+
+TEST(Statistics, OneAnsweredRequestAfterConnecting) {
+  Bench bench;
+  const ProjectOnDisk file(Coriolis());
+  frmQuorvel& master = *bench.frame.OpenProject(file.path());
+  frmQuorvel& slave = *bench.frame.OpenProject(file.path());
+  master.SetCOM(1);
+  slave.SetMode(kSlave);
+  slave.SetCOM(2);
+  bench.Connect(slave);
+  bench.Connect(master);
+  for (int ms = 0; ms < 500 && (master.Counters().RequestCount == 0 || master.WaitResponce()); ++ms) bench.Run(1);
+  EXPECT_EQ(master.lblStatistic(), " rQ:1 Err:0");
+  EXPECT_EQ(slave.lblStatistic(), " rQ:1 Err:0");
+}
+
+}  // namespace
+}  // namespace quorvel::testing

@@ -1,0 +1,33 @@
+#pragma once
+
+// A main frame stand-in for device windows on their own: it holds the port
+// table, tells the time the test sets, and counts what the windows ask of it.
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "device/DeviceHost.h"
+#include "serial/PortEntry.h"
+#include "serial/clsCOM.h"  // the table owns its open ports
+
+namespace quorvel::testing {
+
+struct FakeHost final : DeviceHost {
+  std::array<PortEntry, 17> ports{};
+  std::int32_t now = 5000;
+  int openComCalls = 0;
+  int setMenusCalls = 0;
+  std::vector<std::string> boxes;
+  std::vector<std::string> shown;
+
+  PortEntry& Port(int com) override { return ports.at(static_cast<std::size_t>(com)); }
+  void OpenCOM() override { ++openComCalls; }
+  std::int32_t GetTickCount() override { return now; }
+  void MsgBox(const std::string& text) override { boxes.push_back(text); }
+  void ShowMsg(const std::string& text) override { shown.push_back(text); }
+  void SetMenus() override { ++setMenusCalls; }
+};
+
+}  // namespace quorvel::testing

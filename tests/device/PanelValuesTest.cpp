@@ -1,0 +1,267 @@
+// How values reach the panel's elements: from a response, from a mode change,
+// and from the slave emulation's moving values; and which addresses the panel
+// covers.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <memory>
+
+#include "FakeHost.h"
+#include "TestProject.h"
+
+namespace quorvel::testing {
+namespace {
+
+constexpr double kUnset = -1;  // every element's default: shows which ones a response reached
+
+std::unique_ptr<frmQuorvel> NewWindow(FakeHost& host, const TestProject& project) {
+  auto w = std::make_unique<frmQuorvel>(host);
+  Load(*w, project);
+  return w;
+}
+
+// The element of `table` at position `i` in project order.
+const CtrlProp& At(const frmQuorvel& w, Table table, std::size_t i) { return *w.ElementsOf(table).at(i).element; }
+
+std::shared_ptr<ReqProp> Request(std::int32_t func, std::int32_t addr, std::int32_t qnt) {
+  auto r = std::make_shared<ReqProp>();
+  r->SetFunc(func);
+  r->SetReadAddr(addr);
+  r->SetReadQnt(qnt);
+  return r;
+}
+
+void Store(frmQuorvel& w, std::shared_ptr<ReqProp> request, std::vector<std::uint8_t> frame) {
+  w.LastRequest = std::move(request);
+  const auto length = static_cast<std::int32_t>(frame.size());
+  frame.resize(299);
+  w.StoreResponseData(frame, length);
+}
+
+TestProject Registers() {
+  TestProject p;
+  p.elements = {
+      Box(0x00000009, kUnset),  // 0: just before the block
+      Box(0x0000000A, kUnset),  // 1: Integer at 10
+      Box(0x8000000C, kUnset),  // 2: unsigned Integer at 12
+      Box(0x8010000D, kUnset),  // 3: unsigned Long at 13, the last register read
+      Box(0x8011000D, kUnset),  // 4: the same, most significant word first
+      Box(0x0000000E, kUnset),  // 5: just after the block
+      Box(0x1000000A, kUnset),  // input register 10
+  };
+  return p;
+}
+
+TEST(StoreResponseData, RegistersGoToTheElementsOfTheRequestsTable) {
+  // Registers 10..13 read: 1234h, FFFEh, 8001h, ABCDh.
+  const std::vector<std::uint8_t> frame = {1, 3, 8, 0x12, 0x34, 0xFF, 0xFE, 0x80, 0x01, 0xAB, 0xCD};
+  struct Case {
+    std::int32_t func;
+    bool holding;
+    bool input;
+  };
+  for (const Case& c : {Case{3, true, false}, Case{23, true, false}, Case{4, false, true}, Case{6, false, false},
+                        Case{16, false, false}, Case{5, false, false}, Case{0, false, false}}) {
+    SCOPED_TRACE(c.func);
+    FakeHost host;
+    auto w = NewWindow(host, Registers());
+    Store(*w, Request(c.func, 10, 4), frame);
+
+    const auto& holding = w->HoldingElements;
+    EXPECT_EQ(holding[0].element->Data(), kUnset);
+    EXPECT_EQ(holding[5].element->Data(), kUnset);
+    EXPECT_EQ(At(*w, Table::InputReg, 0).Data(), c.input ? 4660 : kUnset);
+    if (!c.holding) {
+      for (const auto& filed : holding) EXPECT_EQ(filed.element->Data(), kUnset);
+      continue;
+    }
+    EXPECT_EQ(holding[1].element->Data(), 4660);
+    EXPECT_EQ(holding[2].element->Data(), 32769);
+    // Only the first register of an element is checked against the block:
+    // the Long whose first register is the last one read still takes it.
+    EXPECT_EQ(std::fmod(holding[3].element->Data(), 65536), 0xABCD);
+    EXPECT_EQ(std::floor(holding[4].element->Data() / 65536), 0xABCD);
+  }
+}
+
+TEST(StoreResponseData, ValueLabelShowsTheFormattedValue) {
+  FakeHost host;
+  TestProject p;
+  p.elements = {Box(0x0000000A, 0, "0.0")};
+  p.elements[0].k = 0.5;
+  auto w = NewWindow(host, p);
+  Store(*w, Request(3, 10, 1), {1, 3, 2, 0x00, 0x15});
+  EXPECT_EQ(At(*w, Table::Holding, 0).Data(), 21);
+  EXPECT_EQ(At(*w, Table::Holding, 0).rCtrl()->Caption(), "10.5");
+}
+
+TEST(StoreResponseData, BitsCountFromTheFirstDataByteLowestAddressLeastSignificant) {
+  TestProject p;
+  p.elements = {
+      Box(0x20300064, kUnset),  // 0: coils 100..103
+      Box(0x20000067, kUnset),  // 1: coil 103
+      Box(0x2010006B, kUnset),  // 2: coils 107..108, across the byte boundary
+      Box(0x2020006C, kUnset),  // 3: coils 108..110
+      Box(0x20000063, kUnset),  // 4: before the block
+      Box(0x20000074, kUnset),  // 5: coil 116, after the block
+      Box(0x30300064, kUnset),  // discrete inputs 100..103
+  };
+  // Bits of 100..115: 1 1 0 1 0 0 0 1 | 0 1 0 0 0 0 0 0
+  const std::vector<std::uint8_t> frame = {1, 1, 2, 0x8B, 0x02};
+  struct Case {
+    std::int32_t func;
+    bool coils;
+    bool discrete;
+  };
+  for (const Case& c : {Case{1, true, false}, Case{2, false, true}, Case{3, false, false}}) {
+    SCOPED_TRACE(c.func);
+    FakeHost host;
+    auto w = NewWindow(host, p);
+    Store(*w, Request(c.func, 100, 16), frame);
+    const auto coil = [&](std::size_t i) { return At(*w, Table::Coil, i).Data(); };
+    EXPECT_EQ(At(*w, Table::Discrete, 0).Data(), c.discrete ? 11 : kUnset);
+    if (c.coils) {
+      EXPECT_EQ(coil(0), 11);
+      EXPECT_EQ(coil(1), 1);
+      EXPECT_EQ(coil(2), 1);
+      EXPECT_EQ(coil(3), 2);
+    } else {
+      for (std::size_t i = 0; i < 4; ++i) EXPECT_EQ(coil(i), kUnset);
+    }
+    EXPECT_EQ(coil(4), kUnset);
+    EXPECT_EQ(coil(5), kUnset);
+  }
+}
+
+TEST(ResetPanel, SlaveShowsDefaultsOtherModesClear) {
+  FakeHost host;
+  TestProject p;
+  p.elements = {Box(0x0000000A, 42, "0"), Box(0x10200007, 1.5, "0.00")};
+  auto w = NewWindow(host, p);
+  const auto labels = [&] {
+    return std::vector<std::string>{At(*w, Table::Holding, 0).rCtrl()->Caption(),
+                                    At(*w, Table::InputReg, 0).rCtrl()->Caption()};
+  };
+  using Labels = std::vector<std::string>;
+  // A fresh Master panel names each box's address until values arrive.
+  EXPECT_EQ(labels(), (Labels{"HR0010", "IR0007"}));
+  w->SetMode(kSlave);
+  EXPECT_EQ(labels(), (Labels{"42", "1.50"}));
+  w->SetMode(kMonitor);
+  EXPECT_EQ(labels(), (Labels{"", ""}));
+  w->SetMode(kSlave);
+  w->SetMode(kMaster);
+  EXPECT_EQ(labels(), (Labels{"", ""}));
+}
+
+TEST(AddressRanges, EachTableSpansItsElements) {
+  FakeHost host;
+  TestProject p;
+  p.elements = {
+      Box(0x8001000A),  // holding 10, flags above the address
+      Box(0x00300014),  // holding Double at 20..23
+      Box(0x00000005),  // holding 5
+      Box(0x10200007),  // input Float at 7..8
+      Box(0x20300064),  // coils 100..103
+      Box(0x200000C8),  // coil 200
+  };
+  struct Case {
+    Table table;
+    std::int32_t lowest, highest;
+  };
+  auto w = NewWindow(host, p);
+  auto empty = NewWindow(host, TestProject{});
+  for (const Case& c : {Case{Table::Holding, 5, 23}, Case{Table::InputReg, 7, 8}, Case{Table::Coil, 100, 200},
+                        Case{Table::Discrete, 65535, 0}}) {
+    SCOPED_TRACE(static_cast<int>(c.table));
+    EXPECT_EQ(w->Range(c.table).lowest, c.lowest);
+    EXPECT_EQ(w->Range(c.table).highest, c.highest);
+    EXPECT_EQ(empty->Range(c.table).lowest, 65535);
+    EXPECT_EQ(empty->Range(c.table).highest, 0);
+  }
+}
+
+TEST(EmulatedValueStep, StepsOrRampsThroughThePeriodInThirds) {
+  constexpr std::int32_t kPeriod = 300;
+  struct Case {
+    std::int32_t connectTime;
+    std::int32_t elapsed;
+    double ramp;  // 0 -> 30 -> -60 -> 0
+    double step;  // 5, 6, 7
+  };
+  const Case cases[] = {
+      {1000, 0, 0, 5},
+      {1000, 50, 15, 5},
+      {1000, 99, 29.7, 5},
+      {1000, 100, 30, 6},
+      {1000, 150, -15, 6},
+      {1000, 200, -60, 6},
+      {1000, 201, -59.4, 7},
+      {1000, 250, -30, 7},
+      {1000, 299, -0.6, 7},
+      {1000, 300, 0, 5},
+      {1000, 950, 15, 5},
+      // Across the tick counter's wrap into negative values.
+      {2147483600, 100, 30, 6},
+      {2147483600, 250, -30, 7},
+      {-50, 150, -15, 6},
+  };
+  TestProject p;
+  p.elements = {Moving(0x00000001, 0, 30, -60, kPeriod), Moving(0x01000002, 5, 6, 7, kPeriod),
+                Moving(0x02000003, 5, 6, 7, kPeriod), Moving(0x20000004, 5, 6, 7, kPeriod)};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(::testing::Message() << "connected at " << c.connectTime << ", " << c.elapsed << " ms later");
+    FakeHost host;
+    auto w = NewWindow(host, p);
+    w->SetMode(kSlave);
+    w->SetCOM(1);
+    host.now = c.connectTime;
+    w->SetConnected(true);
+    host.now = static_cast<std::int32_t>(static_cast<std::uint32_t>(c.connectTime) + c.elapsed);
+
+    CtrlProp& ramp = *w->HoldingElements[0].element;
+    w->EmulatedValueStep(ramp);
+    EXPECT_NEAR(ramp.Data(), c.ramp, 1e-9);
+    // Hex, Binary and bit elements step rather than ramp.
+    for (CtrlProp* e :
+         {w->HoldingElements[1].element.get(), w->HoldingElements[2].element.get(), w->CoilElements[0].element.get()}) {
+      w->EmulatedValueStep(*e);
+      EXPECT_EQ(e->Data(), c.step) << std::hex << e->Address();
+    }
+  }
+}
+
+TEST(EmulatedValueStep, PeriodsBelowTwoLeaveTheValue) {
+  for (std::int32_t period : {1, 0, -5}) {
+    SCOPED_TRACE(period);
+    FakeHost host;
+    TestProject p;
+    p.elements = {Moving(0x00000001, 1, 2, 3, period)};
+    auto w = NewWindow(host, p);
+    CtrlProp& e = *w->HoldingElements[0].element;
+    e.SetData(99);
+    host.now += 123;
+    w->EmulatedValueStep(e);
+    EXPECT_EQ(e.Data(), 99);
+  }
+}
+
+TEST(EmulatedValueStep, ShowsTheValueOnItsLabel) {
+  FakeHost host;
+  TestProject p;
+  p.elements = {Moving(0x00000001, 0, 30, -60, 300)};
+  p.elements[0].FormatString = "0.0";
+  auto w = NewWindow(host, p);
+  w->SetMode(kSlave);
+  w->SetCOM(1);
+  host.now = 0;
+  w->SetConnected(true);
+  host.now = 150;
+  CtrlProp& e = *w->HoldingElements[0].element;
+  w->EmulatedValueStep(e);
+  EXPECT_EQ(e.rCtrl()->Caption(), "-15.0");
+}
+
+}  // namespace
+}  // namespace quorvel::testing

@@ -1,0 +1,203 @@
+#include "InteropTestSupport.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+namespace quorvel::interop {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+std::string ReadWhole(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+int DecodeStatus(int status) {
+  if (WIFEXITED(status)) return WEXITSTATUS(status);
+  if (WIFSIGNALED(status)) return 128 + WTERMSIG(status);
+  return -1;
+}
+
+}  // namespace
+
+TempDir::TempDir() {
+  const char* base = std::getenv("TMPDIR");
+  std::string pattern = std::string(base && *base ? base : "/tmp") + "/quorvel-interop-XXXXXX";
+  if (mkdtemp(pattern.data())) path_ = pattern;
+}
+
+TempDir::~TempDir() {
+  std::error_code ec;
+  if (!path_.empty()) fs::remove_all(path_, ec);
+}
+
+Child::Child(const std::vector<std::string>& argv, const fs::path& dir, const std::string& name)
+    : out_(dir / (name + ".out")), err_(dir / (name + ".err")) {
+  // Everything the child needs is made before fork: after it, only calls that
+  // are safe between fork and exec.
+  std::vector<std::string> args = argv;
+  std::vector<char*> pointers;
+  for (auto& arg : args) pointers.push_back(arg.data());
+  pointers.push_back(nullptr);
+  const int in = open("/dev/null", O_RDONLY | O_CLOEXEC);
+  const int out = open(out_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+  const int err = open(err_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+  const std::string failed = "cannot run " + (args.empty() ? std::string() : args[0]) + "\n";
+  const pid_t parent = getpid();
+  if (in >= 0 && out >= 0 && err >= 0 && !args.empty()) {
+    pid_ = fork();
+    if (pid_ == 0) {
+      // A test program killed by its time limit takes its children with it.
+      prctl(PR_SET_PDEATHSIG, SIGKILL);
+      if (getppid() != parent) _exit(127);
+      dup2(in, 0);
+      dup2(out, 1);
+      dup2(err, 2);
+      execv(pointers[0], pointers.data());
+      [[maybe_unused]] const auto ignored = write(2, failed.data(), failed.size());
+      _exit(127);
+    }
+  }
+  for (const int fd : {in, out, err}) {
+    if (fd >= 0) close(fd);
+  }
+  if (pid_ < 0) status_ = 127;
+}
+
+Child::~Child() { Stop(); }
+
+bool Child::Running() {
+  if (status_) return false;
+  int status = 0;
+  if (waitpid(pid_, &status, WNOHANG) != pid_) return true;
+  status_ = DecodeStatus(status);
+  return false;
+}
+
+std::optional<int> Child::Wait(std::chrono::milliseconds limit) {
+  const auto end = Clock::now() + limit;
+  while (Running()) {
+    if (Clock::now() >= end) return std::nullopt;
+    std::this_thread::sleep_for(5ms);
+  }
+  return status_;
+}
+
+int Child::Stop(std::chrono::milliseconds grace) {
+  if (Running()) {
+    kill(pid_, SIGTERM);
+    if (!Wait(grace)) {
+      kill(pid_, SIGKILL);
+      int status = 0;
+      waitpid(pid_, &status, 0);
+      status_ = DecodeStatus(status);
+    }
+  }
+  return *status_;
+}
+
+std::string Child::Out() const { return ReadWhole(out_); }
+
+std::string Child::Err() const { return ReadWhole(err_); }
+
+bool Child::WaitForLines(std::size_t lines, std::chrono::milliseconds limit) {
+  const auto end = Clock::now() + limit;
+  for (;;) {
+    const bool running = Running();  // before reading, so that a last line written on the way out is seen
+    const std::string out = Out();
+    if (static_cast<std::size_t>(std::count(out.begin(), out.end(), '\n')) >= lines) return true;
+    if (!running || Clock::now() >= end) return false;
+    std::this_thread::sleep_for(5ms);
+  }
+}
+
+bool Child::WaitForOpen(const fs::path& device, std::chrono::milliseconds limit) {
+  const fs::path fds = fs::path("/proc") / std::to_string(pid_) / "fd";
+  const auto end = Clock::now() + limit;
+  while (Running()) {
+    std::error_code ec;
+    for (fs::directory_iterator it(fds, ec), last; !ec && it != last; it.increment(ec)) {
+      std::error_code link;
+      if (fs::read_symlink(it->path(), link) == device) return true;
+    }
+    if (Clock::now() >= end) return false;
+    std::this_thread::sleep_for(5ms);
+  }
+  return false;
+}
+
+std::string Report(const Child& child) {
+  return "--- standard output:\n" + child.Out() + "--- standard error:\n" + child.Err();
+}
+
+std::optional<Finished> RunToEnd(const std::vector<std::string>& argv, const fs::path& dir, const std::string& name,
+                                 std::chrono::milliseconds limit) {
+  Child child(argv, dir, name);
+  const auto status = child.Wait(limit);
+  if (!status) return std::nullopt;  // the destructor stops it
+  return Finished{*status, child.Out(), child.Err()};
+}
+
+NullModemCable::NullModemCable(const fs::path& dir, int baud)
+    : dir_(dir),
+      child_({QuorvelCli(), "nullmodem", "--baud", std::to_string(baud), "--link", dir.string()}, dir, "nullmodem") {
+  // The links are made before the two paths are printed.
+  ready_ = child_.WaitForLines(2, 10s);
+}
+
+std::string QuorvelCli() { return QUORVEL_BIN_DIR "/quorvel-cli"; }
+
+std::string SourceFile(const std::string& name) { return QUORVEL_INTEROP_DIR "/" + name; }
+
+std::string FindPeer(const std::string& program, std::string& missing) {
+  const char* path = std::getenv("PATH");
+  std::istringstream dirs(path ? path : "/usr/bin:/bin");
+  for (std::string dir; std::getline(dirs, dir, ':');) {
+    const std::string candidate = (dir.empty() ? std::string(".") : dir) + "/" + program;
+    if (access(candidate.c_str(), X_OK) == 0) return candidate;
+  }
+  missing = program + " is not installed: run `make deps`";
+  return "";
+}
+
+std::string PythonPeer(std::string& missing) {
+  // Debian's Python modules are seen by the system interpreter only.
+  const std::string python = "/usr/bin/python3";
+  if (access(python.c_str(), X_OK) != 0) {
+    missing = python + " is not installed: run `make deps`";
+    return "";
+  }
+  const TempDir dir;
+  const auto probe = RunToEnd({python, "-c", "import pymodbus, serial, serial_asyncio"}, dir.path(), "probe", 30s);
+  if (!probe || probe->status != 0) {
+    missing = python + " cannot import pymodbus, serial and serial_asyncio (python3-pymodbus, python3-serial, " +
+              "python3-serial-asyncio): run `make deps`\n" + (probe ? probe->err : std::string("(no answer)"));
+    return "";
+  }
+  return python;
+}
+
+std::string RtuServer(std::string& missing) {
+  const std::string server = QUORVEL_RTU_SERVER;
+  if (server.empty()) {
+    missing = "libmodbus was not found when the build was configured: run `make deps`, then configure again";
+  } else if (access(server.c_str(), X_OK) != 0) {
+    missing = server + " has not been built";
+    return "";
+  }
+  return server;
+}
+
+}  // namespace quorvel::interop

@@ -1,0 +1,103 @@
+#pragma once
+
+// Processes for the interoperability tests: our programs and the independent
+// Modbus stacks they talk to, each a child with its output in files, every
+// wait bounded, and every child gone when its owner goes (also when a test
+// fails half-way, or when the test program itself is killed).
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace quorvel::interop {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+
+// A fresh directory under $TMPDIR (or /tmp), removed with everything in it.
+class TempDir {
+ public:
+  TempDir();
+  ~TempDir();
+  TempDir(const TempDir&) = delete;
+  TempDir& operator=(const TempDir&) = delete;
+  const fs::path& path() const { return path_; }
+
+ private:
+  fs::path path_;
+};
+
+// One child process. Standard output and error go to files `name`.out and
+// `name`.err in a directory; standard input is /dev/null.
+class Child {
+ public:
+  Child(const std::vector<std::string>& argv, const fs::path& dir, const std::string& name);
+  ~Child();
+  Child(const Child&) = delete;
+  Child& operator=(const Child&) = delete;
+
+  pid_t pid() const { return pid_; }
+  bool Running();
+  // The exit status (or 128 + signal) once the child has ended, waiting at most `limit`.
+  std::optional<int> Wait(std::chrono::milliseconds limit);
+  // SIGTERM, then SIGKILL if it has not ended within `grace`; the exit status.
+  int Stop(std::chrono::milliseconds grace = 3s);
+
+  std::string Out() const;
+  std::string Err() const;
+  // Waits until standard output holds `lines` complete lines; false if the
+  // child ends first or the time runs out.
+  bool WaitForLines(std::size_t lines, std::chrono::milliseconds limit);
+  // Waits until the child holds `device` open; false if it ends first or the time runs out.
+  bool WaitForOpen(const fs::path& device, std::chrono::milliseconds limit);
+
+ private:
+  pid_t pid_ = -1;
+  std::optional<int> status_;
+  fs::path out_;
+  fs::path err_;
+};
+
+// What a child printed, for failure messages.
+std::string Report(const Child& child);
+
+// A program run to its end: exit status and output, or nullopt after `limit`
+// (the program is then stopped).
+struct Finished {
+  int status;
+  std::string out;
+  std::string err;
+};
+std::optional<Finished> RunToEnd(const std::vector<std::string>& argv, const fs::path& dir, const std::string& name,
+                                 std::chrono::milliseconds limit);
+
+// `quorvel-cli nullmodem --baud B --link DIR`: COM1 and COM2 in DIR are its two ends.
+class NullModemCable {
+ public:
+  NullModemCable(const fs::path& dir, int baud);
+  bool Ready() const { return ready_; }
+  std::string Problem() const { return Report(child_); }
+  fs::path Com1() const { return dir_ / "COM1"; }
+  fs::path Com2() const { return dir_ / "COM2"; }
+  // The device behind an end, for Child::WaitForOpen.
+  fs::path Device(const fs::path& end) const { return fs::canonical(end); }
+
+ private:
+  fs::path dir_;
+  Child child_;
+  bool ready_ = false;
+};
+
+// Paths of the programs under test and of the peers; a peer that is missing
+// comes back with an empty path and the reason in `missing`.
+std::string QuorvelCli();
+std::string SourceFile(const std::string& name);
+std::string FindPeer(const std::string& program, std::string& missing);
+std::string PythonPeer(std::string& missing);  // /usr/bin/python3 with pymodbus and pyserial
+std::string RtuServer(std::string& missing);   // the libmodbus test device
+
+}  // namespace quorvel::interop

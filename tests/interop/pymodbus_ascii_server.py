@@ -1,0 +1,60 @@
+#!/usr/bin/python3
+"""A Modbus ASCII device built on pymodbus, serving the same fixed map as
+modbus_rtu_server.cpp until it is killed.
+
+    pymodbus_ascii_server.py TTY BAUD SLAVE_ID
+
+The line is 8 data bits, no parity, 1 stop bit: a pseudo-terminal keeps 8 data
+bits and no parity whatever it is asked for, and pyserial's setting of 7E1
+then fails (EINVAL) on every opening but the first.
+Prints "ready" once the line is open. Run it with /usr/bin/python3, which
+sees Debian's python3-pymodbus.
+"""
+
+import asyncio
+import sys
+
+from pymodbus.datastore import ModbusSequentialDataBlock, ModbusServerContext, ModbusSlaveContext
+from pymodbus.server import StartAsyncSerialServer
+from pymodbus.transaction import ModbusAsciiFramer
+
+HOLDING = [0xFB2E, 0xFB2E, 0x0000, 0x4050, 0xBFC0, 0x0000, 0xBEEF, 0xFD2E, 0xB669, 0x00FA]
+INPUT = [0x07E7, 0x1234]
+COILS = [True, False, True, False, False, True, False, True]
+DISCRETE = [False, True]
+
+
+async def serve(tty, baud, slave_id):
+    device = ModbusSlaveContext(
+        hr=ModbusSequentialDataBlock(0, HOLDING),
+        ir=ModbusSequentialDataBlock(0, INPUT),
+        co=ModbusSequentialDataBlock(0, COILS),
+        di=ModbusSequentialDataBlock(0, DISCRETE),
+        zero_mode=True,  # request address 0 is the block's first value
+    )
+    context = ModbusServerContext(slaves={slave_id: device}, single=False)
+    server = await StartAsyncSerialServer(
+        context=context,
+        framer=ModbusAsciiFramer,
+        port=tty,
+        baudrate=baud,
+        bytesize=8,
+        parity="N",
+        stopbits=1,
+        defer_start=True,
+    )
+    await server.start()
+    if server.transport is None:
+        sys.exit(f"pymodbus_ascii_server: cannot open {tty}")
+    print("ready", flush=True)
+    await server.serve_forever()
+
+
+def main():
+    if len(sys.argv) != 4:
+        sys.exit("usage: pymodbus_ascii_server.py TTY BAUD SLAVE_ID")
+    asyncio.run(serve(sys.argv[1], int(sys.argv[2]), int(sys.argv[3])))
+
+
+if __name__ == "__main__":
+    main()
