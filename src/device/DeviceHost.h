@@ -3,11 +3,16 @@
 // What a device window needs of the main frame that holds it.
 
 #include <cstdint>
+#include <memory>
 #include <string>
+
+#include "project/ProjectLoader.h"
 
 namespace quorvel {
 
 struct PortEntry;
+class frmQuorvel;
+class ReqProp;
 
 class DeviceHost {
  public:
@@ -24,6 +29,12 @@ class DeviceHost {
   virtual void ShowMsg(const std::string& text) = 0;
   // Rebuilds every window's per-mode menus after a port or mode change.
   virtual void SetMenus() = 0;
+  // A window setting that a session file records has changed.
+  virtual void MarkSessionChanged() {}
+  // Opens the user write dialog for `request` over the window's `elements`;
+  // the dialog queues the filled request itself. Without a dialog nothing is sent.
+  virtual void ShowUserWrite(frmQuorvel& /*window*/, const ElementCollection& /*elements*/,
+                             std::shared_ptr<ReqProp> /*request*/) {}
 };
 
 }  // namespace quorvel

@@ -58,6 +58,7 @@ bool frmQuorvel::SetProjectFile(const std::string& path) {
   // The value labels keep the address captions the elements gave them until
   // the first value or a change of mode.
   ComputeAddressRanges();
+  SetupUserMenu();
   return true;
 }
 

@@ -17,6 +17,7 @@
 #include "convert/AddressCode.h"
 #include "device/DeviceHost.h"
 #include "device/DeviceMenus.h"
+#include "device/EntryBox.h"
 #include "modbus/MasterTransaction.h"
 #include "project/CodePage.h"
 #include "project/Panel.h"
@@ -114,6 +115,25 @@ class frmQuorvel : public DeviceLink {
   // Frames a Monitor window heard, oldest first (the newest few hundred).
   const std::deque<std::vector<std::uint8_t>>& Heard() const { return heard_; }
 
+  // Value entry: a double-click on value label `index` opens the edit box;
+  // keys typed into it come to tbInput_KeyDown (Enter 13 writes, Escape 27 drops).
+  void Tbd_DblClick(int index);
+  void TBox_DblClick(int index) { Tbd_DblClick(index); }
+  void tbInput_KeyDown(int key);
+  EntryBox tbInput;
+  std::shared_ptr<CtrlProp> EditElement;
+
+  // Window commands.
+  void mnuConnect_Click();
+  void mnuCOM_Click(int index);
+  void mnuMode_Click(int index);
+
+  // User request menus: built from the requests after loading; choosing an
+  // item queues its request or hands it to the user write dialog.
+  void SetupUserMenu();
+  void mnuUser1_Click(int index);
+  void mnuUser2_Click(int index);
+
   // Leaves the port table as if the window had never been there.
   void Form_Unload();
 
@@ -139,6 +159,8 @@ class frmQuorvel : public DeviceLink {
  private:
   void UpdateModeMenus();
   void ScheduleAll(bool enable);
+  void QueueEntryWrite(const CtrlProp& element, double value);
+  void UserMenuChosen(const std::string& caption, std::int32_t sendAsIs, std::int32_t typeFirst);
 
   DeviceHost& host_;
   const CodePage& codePage_;

@@ -19,8 +19,15 @@ struct FakeHost final : DeviceHost {
   std::int32_t now = 5000;
   int openComCalls = 0;
   int setMenusCalls = 0;
+  int sessionChanges = 0;
   std::vector<std::string> boxes;
   std::vector<std::string> shown;
+  // The user write dialogs asked for: the element table handed over and the request.
+  struct UserWriteCall {
+    const ElementCollection* elements;
+    std::shared_ptr<ReqProp> request;
+  };
+  std::vector<UserWriteCall> userWrites;
 
   PortEntry& Port(int com) override { return ports.at(static_cast<std::size_t>(com)); }
   void OpenCOM() override { ++openComCalls; }
@@ -28,6 +35,10 @@ struct FakeHost final : DeviceHost {
   void MsgBox(const std::string& text) override { boxes.push_back(text); }
   void ShowMsg(const std::string& text) override { shown.push_back(text); }
   void SetMenus() override { ++setMenusCalls; }
+  void MarkSessionChanged() override { ++sessionChanges; }
+  void ShowUserWrite(frmQuorvel&, const ElementCollection& elements, std::shared_ptr<ReqProp> request) override {
+    userWrites.push_back({&elements, std::move(request)});
+  }
 };
 
 }  // namespace quorvel::testing

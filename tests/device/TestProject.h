@@ -67,6 +67,7 @@ struct TestProject {
   std::int32_t timeout = 5;
   std::int32_t interval = 0;
   std::int16_t exeptions = 0;
+  std::int16_t directWrite = 0;
   std::vector<ElementRecord> elements;
   std::vector<RequestRecord> requests;
 
@@ -77,6 +78,7 @@ struct TestProject {
     f.Timeout = timeout;
     f.Interval = interval;
     f.Exeptions = exeptions;
+    f.DirectWrite = directWrite;
     f.Elements = elements;
     f.Requests = requests;
     f.Sections = SectionsFor(f);
