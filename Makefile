@@ -29,9 +29,11 @@ sanitize: deps
 	cmake --build $(SAN_BUILD) -j$(JOBS)
 	cd $(SAN_BUILD) && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 ctest -j$(JOBS) --output-on-failure
 
+# The sample meter emulated on COM2 and polled on COM1 over a virtual line;
+# DEMO_SECONDS=0 runs until Ctrl+C.
+DEMO_SECONDS ?= 0
 demo: build
-	$(BUILD)/bin/quorvel --version
-	$(BUILD)/bin/quorvel-cli --version
+	$(BUILD)/bin/quorvel-cli demo --seconds $(DEMO_SECONDS)
 
 bench: deps
 	cmake -S . -B $(BENCH_BUILD) $(CMAKE_FLAGS) -DCMAKE_BUILD_TYPE=Release -DQUORVEL_BENCH=ON -DQUORVEL_TESTS=OFF

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iostream>
 
+#include "app/FileCommands.h"
 #include "app/RecentLists.h"
 #include "platform/SerialProbe.h"
 #include "platform/TermiosLine.h"
@@ -48,6 +49,17 @@ void frmQuorvelMain::CloseDevice(frmQuorvel& window) {
   AddRecentFile(globals_, (*it)->ProjectFile());
   (*it)->Form_Unload();
   forms_.erase(it);
+}
+
+std::vector<frmQuorvel*> frmQuorvelMain::DeviceWindows() {
+  std::vector<frmQuorvel*> windows;
+  for (const auto& form : forms_) windows.push_back(form.get());
+  return windows;
+}
+
+void frmQuorvelMain::RunFrameCommand(FrameCommand command, int index) {
+  if (command == FrameCommand::RecentFile) mnuRecentFile_Click(*this, index);
+  if (command == FrameCommand::RecentSession) mnuRecentSession_Click(*this, index);
 }
 
 void frmQuorvelMain::Unload() {

@@ -52,7 +52,7 @@ class frmQuorvelMain : public DeviceHost, public DeviceDirectory {
   bool Minimized = false;
 
   // Marks ports that cannot be opened, or are no serial line, as not available.
-  void FindPorts();
+  void FindPorts() override;
   // Fills every port record with the default line settings.
   void SetDefaultPortSettings();
 
@@ -69,6 +69,11 @@ class frmQuorvelMain : public DeviceHost, public DeviceDirectory {
   void MsgBox(const std::string& text) override;
   void ShowMsg(const std::string& text) override;
   void SetMenus() override;
+  void MarkSessionChanged() override { globals_.SessionChanged = true; }
+  std::vector<frmQuorvel*> DeviceWindows() override;
+  // The recent-list commands run here; the ones that need a screen (file
+  // dialogs, help, about) are the desktop's, and do nothing headless.
+  void RunFrameCommand(FrameCommand command, int index) override;
 
   // DeviceDirectory
   std::size_t DeviceCount() const override { return forms_.size(); }

@@ -5,12 +5,21 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "project/ProjectLoader.h"
 
 namespace quorvel {
 
 struct PortEntry;
+
+// Commands of a device window's menu that belong to the main frame and are
+// passed on to it unchanged.
+enum class FrameCommand { Open, RecentFile, RecentSession, SaveSession, QuickStart, OnTheWeb, About };
+
+// How the frame arranges its child windows, as the platform numbers it.
+enum class Arrangement { Cascade = 0, TileHorizontally = 1, TileVertically = 2 };
+
 class frmQuorvel;
 class ReqProp;
 
@@ -35,6 +44,17 @@ class DeviceHost {
   // the dialog queues the filled request itself. Without a dialog nothing is sent.
   virtual void ShowUserWrite(frmQuorvel& /*window*/, const ElementCollection& /*elements*/,
                              std::shared_ptr<ReqProp> /*request*/) {}
+  // Every open device window, in the order they were opened.
+  virtual std::vector<frmQuorvel*> DeviceWindows() { return {}; }
+  // Probes serial ports 1..16 and refreshes every window's port items.
+  virtual void FindPorts() {}
+  // The COM settings dialog preset to port `com`.
+  virtual void ShowCOMSettings(int /*com*/) {}
+  // The master/slave settings dialog for `window`.
+  virtual void ShowSettings(frmQuorvel& /*window*/) {}
+  virtual void Arrange(Arrangement /*how*/) {}
+  // `index` is the 1-based entry of a recent list, 0 otherwise.
+  virtual void RunFrameCommand(FrameCommand /*command*/, int /*index*/) {}
 };
 
 }  // namespace quorvel

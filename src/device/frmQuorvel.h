@@ -91,8 +91,6 @@ class frmQuorvel : public DeviceLink {
 
   // Polling cycle: sends the next request of this window.
   void DoRequest();
-  // Turns periodic requests on or off and reschedules.
-  void mnuAutoEnable_Click();
 
   // Value display and statistics.
   void ShowCaption();
@@ -125,8 +123,27 @@ class frmQuorvel : public DeviceLink {
 
   // Window commands.
   void mnuConnect_Click();
+  void mnuConnectAll_Click() { ConnectAll(true); }
+  void mnuDisconnectAll_Click() { ConnectAll(false); }
   void mnuCOM_Click(int index);
+  void mnuFindCOM_Click() { host_.FindPorts(); }
+  void mnuCOMParameters_Click() { host_.ShowCOMSettings(com_); }
   void mnuMode_Click(int index);
+  void mnuSettings_Click() { host_.ShowSettings(*this); }
+  // Turns periodic requests on or off and reschedules.
+  void mnuAutoEnable_Click();
+  void mnuCascade_Click() { host_.Arrange(Arrangement::Cascade); }
+  void mnuTileHorizontally_Click() { host_.Arrange(Arrangement::TileHorizontally); }
+  void mnuTileVertically_Click() { host_.Arrange(Arrangement::TileVertically); }
+  // File and help commands belong to the frame; opening a project changes
+  // the session, the others leave that to the frame.
+  void mnuOpen_Click();
+  void mnuRecentFile_Click(int index);
+  void mnuRecentSession_Click(int index) { host_.RunFrameCommand(FrameCommand::RecentSession, index); }
+  void mnuSaveSession_Click() { host_.RunFrameCommand(FrameCommand::SaveSession, 0); }
+  void mnuQuickStart_Click() { host_.RunFrameCommand(FrameCommand::QuickStart, 0); }
+  void mnuOnTheWeb_Click() { host_.RunFrameCommand(FrameCommand::OnTheWeb, 0); }
+  void mnuAbout_Click() { host_.RunFrameCommand(FrameCommand::About, 0); }
 
   // User request menus: built from the requests after loading; choosing an
   // item queues its request or hands it to the user write dialog.
@@ -158,6 +175,7 @@ class frmQuorvel : public DeviceLink {
 
  private:
   void UpdateModeMenus();
+  void ConnectAll(bool connected);
   void ScheduleAll(bool enable);
   void QueueEntryWrite(const CtrlProp& element, double value);
   void UserMenuChosen(const std::string& caption, std::int32_t sendAsIs, std::int32_t typeFirst);

@@ -1,4 +1,4 @@
-// Commands of a device window's own menu that act on this window alone.
+// Commands of a device window's own menu.
 
 #include "device/frmQuorvel.h"
 
@@ -8,6 +8,15 @@ void frmQuorvel::mnuConnect_Click() {
   SetConnected(!connected_);
   host_.OpenCOM();
   ShowCaption();
+}
+
+void frmQuorvel::ConnectAll(bool connected) {
+  // All windows switch first, so that a port shared by several of them is
+  // opened or closed once.
+  const std::vector<frmQuorvel*> windows = host_.DeviceWindows();
+  for (frmQuorvel* window : windows) window->SetConnected(connected);
+  host_.OpenCOM();
+  for (frmQuorvel* window : windows) window->ShowCaption();
 }
 
 void frmQuorvel::mnuCOM_Click(int index) {
@@ -20,6 +29,24 @@ void frmQuorvel::mnuMode_Click(int index) {
   if (index < kMaster || index > kMonitor) return;
   if (index != mode_) host_.MarkSessionChanged();
   SetMode(static_cast<std::int16_t>(index));
+}
+
+void frmQuorvel::mnuAutoEnable_Click() {
+  host_.MarkSessionChanged();
+  // Rescheduled in every mode, so that a window that turns Master later
+  // polls only when its requests are enabled.
+  SetAutoEnable(!autoEnable_);
+  ScheduleAll(autoEnable_);
+}
+
+void frmQuorvel::mnuOpen_Click() {
+  host_.MarkSessionChanged();
+  host_.RunFrameCommand(FrameCommand::Open, 0);
+}
+
+void frmQuorvel::mnuRecentFile_Click(int index) {
+  host_.MarkSessionChanged();
+  host_.RunFrameCommand(FrameCommand::RecentFile, index);
 }
 
 }  // namespace quorvel

@@ -59,13 +59,6 @@ void frmQuorvel::ScheduleAll(bool enable) {
   if (!PendingRequests.empty()) nextTime_ = kAtOnce;
 }
 
-void frmQuorvel::mnuAutoEnable_Click() {
-  // Rescheduled in every mode, so that a window that turns Master later
-  // polls only when its requests are enabled.
-  SetAutoEnable(!autoEnable_);
-  ScheduleAll(autoEnable_);
-}
-
 void frmQuorvel::GetResponce(std::int32_t code, std::int32_t& length, std::span<std::uint8_t> buffer) {
   waitResponce_ = false;
   if (!LastRequest) return;

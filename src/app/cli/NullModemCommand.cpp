@@ -63,10 +63,6 @@ void PrintCounts(std::ostream& out, const platform::NullModem& modem, End from) 
   out << "\n";
 }
 
-// SIGINT, SIGTERM and SIGHUP arrive through a descriptor that the forwarding
-// loop watches, so stopping needs no signal handler and is never lost
-// between two polls. Restores the signal mask when it goes.
-
 }  // namespace
 
 int RunNullModem(const Args& args, Io& io) {

@@ -1,23 +1,27 @@
-// quorvel-cli run: a project opened headless as one device window, connected
-// and driven by the frame's timers for a while; then its state as JSON.
+// quorvel-cli run: a project opened headless as one device window, or a
+// session with all of its windows, connected and driven by the frame's timers
+// for a while, with values typed and user requests chosen on the way; then
+// the windows' state as JSON.
 
 #include <nlohmann/json.hpp>
 
-#include <chrono>
+#include <algorithm>
+#include <optional>
 #include <ostream>
 
+#include "app/Session.h"
 #include "app/Settings.h"
+#include "app/cli/HeadlessFrame.h"
 #include "app/cli/HexArgs.h"
-#include "app/frmQuorvelMain.h"
 #include "platform/SettingsStore.h"
-#include "platform/StopSignals.h"
 #include "serial/PortEntry.h"
 
 namespace quorvel::cli {
 namespace {
 
-constexpr const char* kRunOptions[] = {"--map", "--seconds", "--com",    "--mode",
-                                       "--id",  "--timeout", "--period", "--line"};
+constexpr const char* kRunOptions[] = {"--map",   "--seconds",      "--com",         "--mode",
+                                       "--id",    "--timeout",      "--period",      "--line",
+                                       "--write", "--user-request", "--save-session"};
 
 std::optional<std::int64_t> ParseInteger(const std::string& text, std::int64_t lo, std::int64_t hi) {
   const auto value = ParseDouble(text);
@@ -54,63 +58,8 @@ bool ApplyLine(const std::string& text, PortEntry& entry) {
   return true;
 }
 
-nlohmann::ordered_json WindowState(frmQuorvel& window) {
-  const auto& c = window.Counters();
-  nlohmann::ordered_json counters = {{"RequestCount", c.RequestCount},
-                                     {"SlaveRequestCount", c.SlaveRequestCount},
-                                     {"TOErr", c.TOErr},
-                                     {"DtErr", c.DtErr},
-                                     {"PtyErr", c.PtyErr},
-                                     {"CRCErr", c.CRCErr},
-                                     {"FrErr", c.FrErr},
-                                     {"Ex1", c.Ex1},
-                                     {"Ex2", c.Ex2},
-                                     {"Ex3", c.Ex3},
-                                     {"Ex4", c.Ex4}};
-  // Value elements in panel order: the order in which their boxes were made.
-  nlohmann::ordered_json values = nlohmann::ordered_json::array();
-  for (const auto& control : window.panel().Controls()) {
-    if (control->Name() != "TBox") continue;
-    const std::string key = std::to_string(control->Index());
-    for (Table table : {Table::Holding, Table::InputReg, Table::Coil, Table::Discrete}) {
-      for (const auto& filed : window.ElementsOf(table)) {
-        if (filed.key != key) continue;
-        const CtrlProp& element = *filed.element;
-        values.push_back({{"label", element.AddressCaption()},
-                          {"tooltip", control->ToolTipText()},
-                          {"text", element.rCtrl() ? element.rCtrl()->Caption() : ""}});
-      }
-    }
-  }
-  return {{"project", window.ProjectFile()},
-          {"caption", window.Caption()},
-          {"statistics", window.lblStatistic()},
-          {"counters", counters},
-          {"values", values}};
-}
-
-}  // namespace
-
-int RunRun(const Args& args, Io& io) {
-  Options options;
-  std::string error;
-  if (!SplitOptions(args, kRunOptions, options, error)) return UsageError(io, "run", error);
-  if (options.positional.size() != 1)
-    return UsageError(io, "run", options.positional.empty() ? "" : "one project only");
-
-  // The user's port mapping, then this run's overrides.
-  platform::PortMap portMap;
-  if (const auto store = platform::OpenUserSettings()) portMap = LoadPortMap(*store);
-  for (const auto& [name, value] : options.named) {
-    if (name != "--map") continue;
-    if (const auto problem = portMap.ApplyOverride(value)) return UsageError(io, "run", *problem);
-  }
-  double seconds = 5;
-  if (const std::string* text = options.find("--seconds")) {
-    const auto value = ParseDouble(*text);
-    if (!value || *value < 0) return UsageError(io, "run", "not a number of seconds: '" + *text + "'");
-    seconds = *value;
-  }
+// One window for the project, set up as the options say.
+int OpenProjectWindow(frmQuorvelMain& frame, const std::string& file, const Options& options, Io& io) {
   std::int16_t com = 1;
   if (const std::string* text = options.find("--com")) {
     const auto value = ParseInteger(*text, 1, 16);
@@ -128,20 +77,10 @@ int RunRun(const Args& args, Io& io) {
     else
       return UsageError(io, "run", "mode is master, slave or monitor, not '" + *text + "'");
   }
-
-  platform::SystemClock clock;
-  frmQuorvelMain frame(clock, portMap);
-  nlohmann::ordered_json messages = nlohmann::ordered_json::array();
-  const auto tell = [&](const std::string& text) {
-    io.err << text << "\n";
-    messages.push_back(text);
-  };
-  frame.SetMsgBoxSink(tell);
-  frame.SetShowMsgSink(tell);
   if (const std::string* text = options.find("--line"); text && !ApplyLine(*text, frame.Port(com)))
     return UsageError(io, "run", "a line is like 19200-8E1 or 9600-7E1-ascii, not '" + *text + "'");
 
-  frmQuorvel* window = frame.OpenProject(options.positional[0]);
+  frmQuorvel* window = frame.OpenProject(file);
   if (!window) return kFailed;
   window->SetMode(mode);
   for (const auto& [name, setter] :
@@ -159,23 +98,118 @@ int RunRun(const Args& args, Io& io) {
     window->SetID(static_cast<std::uint8_t>(*value));
   }
   window->SetCOM(com);
-  window->SetConnected(true);
-  frame.OpenCOM();
-  window->ShowCaption();
+  return kOk;
+}
 
-  // The two 1 ms timers, until the time is up or a stop signal arrives.
-  const platform::StopSignals stop;
-  const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
-  while (seconds == 0 || std::chrono::steady_clock::now() < end) {
-    if (frame.PollingTimerEnabled()) frame.PollingTimer_Timer();
-    if (frame.CheckTimerEnabled()) frame.CheckTimer_Timer();
-    if (stop.Wait(1)) break;
+// "W:LABEL=TEXT" or "LABEL=TEXT" (window 1); W counts from 1.
+struct WindowAction {
+  std::size_t window = 1;
+  std::string label;
+  std::string text;
+};
+
+std::optional<WindowAction> ParseAction(const std::string& arg, bool withText) {
+  WindowAction action;
+  std::string rest = arg;
+  if (const auto colon = rest.find(':'); colon != std::string::npos && colon > 0) {
+    if (const auto w = ParseInteger(rest.substr(0, colon), 1, 1000)) {
+      action.window = static_cast<std::size_t>(*w);
+      rest = rest.substr(colon + 1);
+    }
+  }
+  if (withText) {
+    const auto equals = rest.find('=');
+    if (equals == std::string::npos || equals == 0) return std::nullopt;
+    action.text = rest.substr(equals + 1);
+    rest = rest.substr(0, equals);
+  }
+  if (rest.empty()) return std::nullopt;
+  action.label = rest;
+  return action;
+}
+
+bool IsSession(const std::string& path) {
+  return path.size() >= 4 && std::equal(path.end() - 4, path.end(), ".qvs", [](char a, char b) {
+           return std::tolower(static_cast<unsigned char>(a)) == b;
+         });
+}
+
+}  // namespace
+
+int RunRun(const Args& args, Io& io) {
+  Options options;
+  std::string error;
+  if (!SplitOptions(args, kRunOptions, options, error)) return UsageError(io, "run", error);
+  if (options.positional.size() != 1)
+    return UsageError(io, "run", options.positional.empty() ? "" : "one project or session only");
+  const std::string& file = options.positional[0];
+  const bool session = IsSession(file);
+  if (session) {
+    for (const char* name : {"--com", "--mode", "--id", "--timeout", "--period", "--line"})
+      if (options.find(name))
+        return UsageError(io, "run", std::string(name) + " is for a project; a session names its own");
   }
 
-  nlohmann::ordered_json state = {{"windows", nlohmann::ordered_json::array({WindowState(*window)})},
-                                  {"messages", messages}};
+  // The user's port mapping, then this run's overrides.
+  platform::PortMap portMap;
+  if (const auto store = platform::OpenUserSettings()) portMap = LoadPortMap(*store);
+  std::vector<WindowAction> writes;
+  std::vector<WindowAction> requests;
+  for (const auto& [name, value] : options.named) {
+    if (name == "--map") {
+      if (const auto problem = portMap.ApplyOverride(value)) return UsageError(io, "run", *problem);
+    } else if (name == "--write" || name == "--user-request") {
+      const auto action = ParseAction(value, name == "--write");
+      if (!action)
+        return UsageError(io, "run", name + " wants " + (name == "--write" ? "[W:]LABEL=TEXT" : "[W:]LABEL"));
+      (name == "--write" ? writes : requests).push_back(*action);
+    }
+  }
+  double seconds = 5;
+  if (const std::string* text = options.find("--seconds")) {
+    const auto value = ParseDouble(*text);
+    if (!value || *value < 0) return UsageError(io, "run", "not a number of seconds: '" + *text + "'");
+    seconds = *value;
+  }
+
+  // Blocked before anything else runs, so that a stop is never lost.
+  const platform::StopSignals stop;
+  platform::SystemClock clock;
+  HeadlessFrame frame(clock, portMap, [&io](const std::string& text) { io.err << text << "\n"; });
+  if (session) {
+    if (!LoadSession(frame, file) || frame.Devices().empty()) return kFailed;
+  } else {
+    const int result = OpenProjectWindow(frame, file, options, io);
+    if (result != kOk) return result;
+  }
+  for (const auto& action : writes)
+    if (action.window > frame.Devices().size())
+      return UsageError(io, "run", "there is no window " + std::to_string(action.window));
+  for (const auto& action : requests)
+    if (action.window > frame.Devices().size())
+      return UsageError(io, "run", "there is no window " + std::to_string(action.window));
+
+  frame.Devices().front()->mnuConnectAll_Click();
+  // Typed and chosen once the windows are connected, as a user would.
+  for (const auto& action : writes) {
+    const std::string outcome = TypeInto(*frame.Devices()[action.window - 1], action.label, action.text);
+    if (!outcome.empty()) frame.Tell(outcome);
+  }
+  for (const auto& action : requests)
+    if (!ChooseUserRequest(*frame.Devices()[action.window - 1], action.label))
+      frame.Tell("window " + std::to_string(action.window) + " has no user request " + action.label);
+
+  frame.Drive(stop, seconds);
+
+  int result = kOk;
+  if (const std::string* target = options.find("--save-session")) {
+    if (!SaveSession(frame, *target)) result = kFailed;
+  }
+  nlohmann::ordered_json windows = nlohmann::ordered_json::array();
+  for (const auto& window : frame.Devices()) windows.push_back(WindowState(*window));
+  nlohmann::ordered_json state = {{"windows", windows}, {"messages", frame.Messages()}};
   io.out << state.dump(2) << "\n";
-  return kOk;
+  return result;
 }
 
 }  // namespace quorvel::cli

@@ -1,0 +1,106 @@
+// quorvel-cli demo: the sample meter emulated and polled over a virtual
+// null-modem line, with nothing to install and no serial port needed.
+
+#include <filesystem>
+#include <iomanip>
+#include <ostream>
+#include <thread>
+
+#include "app/Session.h"
+#include "app/Settings.h"
+#include "app/cli/Cli.h"
+#include "app/cli/HeadlessFrame.h"
+#include "app/cli/HexArgs.h"
+#include "platform/NullModem.h"
+#include "platform/SettingsStore.h"
+
+namespace quorvel::cli {
+namespace {
+
+namespace fs = std::filesystem;
+using platform::End;
+
+constexpr const char* kOptions[] = {"--seconds", "--session", "--baud"};
+
+fs::path ProgramDir() {
+  std::error_code ec;
+  const fs::path self = fs::read_symlink("/proc/self/exe", ec);
+  return ec ? fs::current_path(ec) : self.parent_path();
+}
+
+void PrintWindow(std::ostream& out, frmQuorvel& window, int second) {
+  out << "[" << std::setw(4) << second << " s] " << window.Caption() << "\n";
+  out << "         " << window.lblStatistic() << "\n";
+  const nlohmann::ordered_json state = WindowState(window);
+  for (const auto& value : state["values"]) {
+    out << "         " << std::left << std::setw(8) << value["label"].get<std::string>() << " " << std::setw(34)
+        << value["tooltip"].get<std::string>() << std::right << " " << value["text"].get<std::string>() << "\n";
+  }
+  out << std::flush;
+}
+
+}  // namespace
+
+int RunDemo(const Args& args, Io& io) {
+  Options options;
+  std::string error;
+  if (!SplitOptions(args, kOptions, options, error)) return UsageError(io, "demo", error);
+  if (!options.positional.empty()) return UsageError(io, "demo", "unexpected argument '" + options.positional[0] + "'");
+  double seconds = 0;
+  if (const std::string* text = options.find("--seconds")) {
+    const auto value = ParseDouble(*text);
+    if (!value || *value < 0) return UsageError(io, "demo", "not a number of seconds: '" + *text + "'");
+    seconds = *value;
+  }
+  platform::NullModemOptions line;
+  line.baudRate = 19200;  // the sample session's rate: the demo shows real line timing
+  if (const std::string* text = options.find("--baud")) {
+    const auto value = ParseDouble(*text);
+    if (!value || *value < 0 || *value > 4'000'000) return UsageError(io, "demo", "not a baud rate: '" + *text + "'");
+    line.baudRate = static_cast<int>(*value);
+  }
+  const std::string* chosen = options.find("--session");
+  const std::string session = chosen ? *chosen : (ProgramDir() / "Coriolis.qvs").string();
+
+  // Blocked before the line's thread starts, so that every thread has them blocked.
+  const platform::StopSignals stop;
+  std::unique_ptr<platform::NullModem> modem;
+  try {
+    modem = std::make_unique<platform::NullModem>(line);
+  } catch (const std::exception& failure) {
+    io.err << "quorvel-cli demo: no virtual line: " << failure.what() << "\n";
+    return kFailed;
+  }
+  std::thread forwarding([&modem] { modem->Run(); });
+  platform::PortMap portMap;
+  if (const auto store = platform::OpenUserSettings()) portMap = LoadPortMap(*store);
+  portMap.ApplyOverride("COM1=" + modem->Path(End::A));
+  portMap.ApplyOverride("COM2=" + modem->Path(End::B));
+  io.out << "Virtual null-modem line: COM1 = " << modem->Path(End::A) << ", COM2 = " << modem->Path(End::B) << "\n"
+         << "Session: " << session << " (Ctrl+C ends the demo)\n"
+         << std::flush;
+
+  int result = kOk;
+  {
+    platform::SystemClock clock;
+    HeadlessFrame frame(clock, portMap, [&io](const std::string& text) { io.err << text << "\n"; });
+    if (LoadSession(frame, session) && !frame.Devices().empty()) {
+      frame.Devices().front()->mnuConnectAll_Click();
+      frmQuorvel* master = nullptr;
+      for (const auto& window : frame.Devices())
+        if (!master && window->Mode() == kMaster) master = window.get();
+      int second = 0;
+      frame.Drive(stop, seconds, [&] {
+        ++second;
+        if (master) PrintWindow(io.out, *master, second);
+      });
+    } else {
+      result = kFailed;
+    }
+  }
+  modem->Stop();
+  forwarding.join();
+  return result;
+}
+
+}  // namespace quorvel::cli
