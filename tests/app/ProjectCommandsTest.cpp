@@ -7,9 +7,8 @@
 #include <iterator>
 #include <nlohmann/json.hpp>
 
-#include <unistd.h>
-
 #include "CliTestSupport.h"
+#include "SessionTestSupport.h"
 
 namespace quorvel::cli {
 namespace {
@@ -27,16 +26,9 @@ void WriteFile(const fs::path& path, const std::string& text) { std::ofstream(pa
 
 class ProjectCommands : public ::testing::Test {
  protected:
-  void SetUp() override {
-    dir_ = fs::temp_directory_path() /
-           ("quorvel-cli-" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) +
-            ::testing::UnitTest::GetInstance()->current_test_info()->name());
-    fs::create_directories(dir_);
-  }
-  void TearDown() override { fs::remove_all(dir_); }
-  std::string Path(const std::string& name) const { return (dir_ / name).string(); }
+  std::string Path(const std::string& name) const { return (dir_.path() / name).string(); }
 
-  fs::path dir_;
+  quorvel::testing::TempDir dir_;
 };
 
 TEST_F(ProjectCommands, BuildThenDumpThenBuildGivesTheSameBytes) {

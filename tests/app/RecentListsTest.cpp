@@ -27,14 +27,9 @@ TEST(RecentLists, MostRecentFirstWithoutDuplicatesAtMostEight) {
   EXPECT_EQ(list.size(), 8U);
   AddRecent(list, "b");  // the last one moves up; nothing drops
   EXPECT_EQ(list, (List{"b", "e", "i", "h", "g", "f", "d", "c"}));
-}
-
-TEST(RecentLists, LetterCaseMakesAnotherEntry) {
-  List list;
-  AddRecent(list, "C:\\A.qvc");
-  AddRecent(list, "c:\\a.qvc");
-  AddRecent(list, "C:\\A.qvc");
-  EXPECT_EQ(list, (List{"C:\\A.qvc", "c:\\a.qvc"}));
+  List cased;  // letter case makes another entry
+  for (const char* path : {"C:\\A.qvc", "c:\\a.qvc", "C:\\A.qvc"}) AddRecent(cased, path);
+  EXPECT_EQ(cased, (List{"C:\\A.qvc", "c:\\a.qvc"}));
 }
 
 TEST(RecentLists, AnEmptyListOffersTheSampleBesideTheProgram) {
@@ -49,18 +44,6 @@ TEST(RecentLists, AnEmptyListOffersTheSampleBesideTheProgram) {
   PublicVeriables other;
   AddRecentFile(other, "/p.qvc");
   EXPECT_EQ(other.RecentFiles, List{"/p.qvc"});
-}
-
-TEST(RecentLists, TheMenuShowsOneItemPerEntryAndHidesTheRest) {
-  std::vector<MenuItem> items;
-  RebuildRecentMenu(items, {"/a", "/b", "/c"});
-  ASSERT_EQ(items.size(), 3U);
-  RebuildRecentMenu(items, {"/x"});
-  ASSERT_EQ(items.size(), 3U);
-  EXPECT_EQ(items[0].Caption, "/x");
-  EXPECT_TRUE(items[0].Visible);
-  EXPECT_FALSE(items[1].Visible);
-  EXPECT_FALSE(items[2].Visible);
 }
 
 TEST(RecentLists, AProjectEntersItsListWhenItsWindowCloses) {

@@ -12,53 +12,30 @@
 namespace quorvel {
 namespace {
 
-struct RelativeCase {
-  std::string base;
-  std::string target;
-  PathStyle style;
-  std::string expected;
-};
-
 TEST(RelativePath, ClimbsToTheCommonDirectoryAndDescends) {
-  const std::vector<RelativeCase> cases = {
-      // Beside its projects a session stores bare names.
-      {"C:\\Dev\\s.qvs", "C:\\Dev\\a.qvc", PathStyle::Windows, "a.qvc"},
-      // In a sibling directory: up once, then down.
-      {"C:\\Dev\\Sessions\\s.qvs", "C:\\Dev\\Projects\\a.qvc", PathStyle::Windows, "..\\Projects\\a.qvc"},
+  const struct {
+    std::string base, target;
+    PathStyle style;
+    std::string expected;
+  } cases[] = {
+      {"/home/u/s.qvs", "/home/u/p/a.qvc", PathStyle::Native, "p/a.qvc"},
+      {"/home/u/sessions/s.qvs", "/home/u/projects/a.qvc", PathStyle::Native, "../projects/a.qvc"},
+      {"/home/A/s.qvs", "/home/a/x.qvc", PathStyle::Native, "../a/x.qvc"},  // letter case makes another directory
       {"C:\\a\\b\\c\\s.qvs", "C:\\x.qvc", PathStyle::Windows, "..\\..\\..\\x.qvc"},
-      // Another drive shares no directory.
-      {"C:\\Dev\\s.qvs", "D:\\Dev\\a.qvc", PathStyle::Windows, ""},
-      // Letter case does not count on Windows; the rest comes from the target.
+      {"C:\\Dev\\s.qvs", "D:\\Dev\\a.qvc", PathStyle::Windows, ""},  // another drive shares no directory
+      // On Windows letter case does not count; the rest comes from the target.
       {"C:\\DEV\\s.qvs", "c:\\dev\\Sub\\A.qvc", PathStyle::Windows, "Sub\\A.qvc"},
       // A directory whose name starts like another's is not common.
       {"C:\\ab\\s.qvs", "C:\\abc\\x.qvc", PathStyle::Windows, "..\\abc\\x.qvc"},
-      {"/home/u/s.qvs", "/home/u/p/a.qvc", PathStyle::Native, "p/a.qvc"},
-      {"/home/u/sessions/s.qvs", "/home/u/projects/a.qvc", PathStyle::Native, "../projects/a.qvc"},
-      // Here letter case makes another directory.
-      {"/home/A/s.qvs", "/home/a/x.qvc", PathStyle::Native, "../a/x.qvc"},
-      {"/s.qvs", "/x/a.qvc", PathStyle::Native, "x/a.qvc"},
   };
-  for (const RelativeCase& c : cases) {
+  for (const auto& c : cases) {
     EXPECT_EQ(RelativePath(c.base, c.target, c.style), c.expected) << c.base << " -> " << c.target;
   }
-}
-
-TEST(RelativePath, TakesAtMostAThousandCharactersOfTheRest) {
-  const std::string rest(1200, 'x');
+  const std::string rest(1200, 'x');  // at most a thousand characters of the rest
   EXPECT_EQ(RelativePath("/d/s.qvs", "/d/" + rest), rest.substr(0, 1000));
 }
 
-TEST(GetDir, DropsTheLastSeparatorAndWhatFollows) {
-  EXPECT_EQ(GetDir("C:\\a\\b.qvs", PathStyle::Windows), "C:\\a");
-  EXPECT_EQ(GetDir("C:\\a\\b.qvs"), "");  // no "/" in it
-  EXPECT_EQ(GetDir("/x/y.qvs"), "/x");
-  EXPECT_EQ(GetDir("/y.qvs"), "");
-  EXPECT_EQ(GetDir("y.qvs"), "");
-}
-
 TEST(StoredProjectPath, IsRelativeWhenThatLeadsBackElseAbsolute) {
-  EXPECT_EQ(StoredProjectPath("/t/s/a.qvs", "/t/s/p.qvc"), "p.qvc");
-  EXPECT_EQ(StoredProjectPath("/t/sessions/a.qvs", "/t/projects/p.qvc"), "../projects/p.qvc");
   EXPECT_EQ(StoredProjectPath("/t/s/./x/../a.qvs", "/t/s/q/../p.qvc"), "p.qvc");
   // A rest beyond the cap would not lead back.
   std::string deep = "/t";
@@ -73,7 +50,6 @@ TEST(ResolveProjectPath, ReadsPathsWrittenHereOrOnWindows) {
   const std::string root = dir.path().string();
   // A file whose name holds a backslash is found under that name.
   testing::WriteBytes(dir.Make("sessions/odd\\name.qvc"), "x");
-
   const std::vector<std::pair<std::string, std::string>> cases = {
       {"a.qvc", sessionDir + "/a.qvc"},
       {"../projects/a.qvc", root + "/projects/a.qvc"},
@@ -82,7 +58,6 @@ TEST(ResolveProjectPath, ReadsPathsWrittenHereOrOnWindows) {
       {"odd\\name.qvc", sessionDir + "/odd\\name.qvc"},
       {root + "/projects/a.qvc", root + "/projects/a.qvc"},
       {"C:\\Missing\\a.qvc", "C:\\Missing\\a.qvc"},
-      {"c:/Missing/a.qvc", "c:/Missing/a.qvc"},
       {"\\\\server\\share\\a.qvc", "\\\\server\\share\\a.qvc"},
   };
   for (const auto& [stored, expected] : cases) EXPECT_EQ(ResolveProjectPath(sessionDir, stored), expected) << stored;

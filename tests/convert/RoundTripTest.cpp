@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cfloat>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -9,24 +10,13 @@
 #include <string>
 #include <vector>
 
-#include "convert/AddressCode.h"
+#include "ConvertTestSupport.h"
 #include "convert/DisplayText.h"
-#include "convert/NumberFormat.h"
 #include "convert/RegisterDecode.h"
-#include "convert/RegisterEncode.h"
 #include "convert/ValueEntry.h"
 
-namespace quorvel {
+namespace quorvel::test {
 namespace {
-
-constexpr std::uint32_t kSwapped = AddressCode::kSwapped;
-constexpr std::uint32_t kUnsigned = AddressCode::kUnsigned;
-constexpr std::uint32_t kHex = AddressCode::kHex;
-constexpr std::uint32_t kBinary = AddressCode::kBinary;
-
-using Wire = std::vector<std::uint8_t>;
-
-Wire Bytes(const EncodedValue& e) { return {e.view().begin(), e.view().end()}; }
 
 double Decode(Wire wire, std::uint32_t code) {
   const AddressCode c(code);
@@ -93,28 +83,10 @@ std::vector<Wire> SampleWires(std::uint32_t raw, std::mt19937& rng) {
   }
   if (type == 2 || type == 3) {
     // Random bytes are mostly huge or tiny; add everyday numbers and limits.
-    const double special[] = {0.0,
-                              -0.0,
-                              1.0,
-                              -1.0,
-                              0.1,
-                              -2.5,
-                              0.005,
-                              123456.789,
-                              16777217.0,
-                              4294967294.0,
-                              -100000.0,
-                              3e9,
-                              3.402823E+38,
-                              -3.402823E+38,
-                              std::numeric_limits<float>::max(),
-                              std::numeric_limits<float>::denorm_min(),
-                              std::numeric_limits<double>::max(),
-                              std::numeric_limits<double>::denorm_min(),
-                              std::numeric_limits<double>::min(),
-                              std::numeric_limits<double>::infinity(),
-                              -std::numeric_limits<double>::infinity(),
-                              std::numeric_limits<double>::quiet_NaN()};
+    const double special[] = {0.0,          -0.0,          1.0,        -1.0,         0.1,       -2.5,
+                              0.005,        123456.789,    16777217.0, 4294967294.0, -100000.0, 3e9,
+                              3.402823E+38, -3.402823E+38, FLT_MAX,    FLT_TRUE_MIN, DBL_MAX,   DBL_TRUE_MIN,
+                              DBL_MIN,      INFINITY,      -INFINITY,  NAN};
     for (double s : special) out.push_back(Bytes(EncodeValue(s, raw)));
     std::uniform_real_distribution<double> mantissa(-10.0, 10.0);
     std::uniform_int_distribution<int> exponent(-12, 12);
@@ -206,4 +178,4 @@ TEST(RoundTrip, ScaledValuesAndTimeOfDay) {
 }
 
 }  // namespace
-}  // namespace quorvel
+}  // namespace quorvel::test

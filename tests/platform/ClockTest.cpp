@@ -1,4 +1,4 @@
-// The tick count's wrap, the performance-counter arithmetic, and both clocks.
+// The performance-counter arithmetic and the system clock.
 
 #include <gtest/gtest.h>
 #include <time.h>
@@ -26,19 +26,6 @@ INSTANTIATE_TEST_SUITE_P(Halves, PerformanceCounter,
                                            CounterCase{0, -1, 1, 4294967294.0}, CounterCase{1, 5, 1, 4294967300.0},
                                            CounterCase{2, -2147483647 - 1, 10, 1073741823.7}, CounterCase{3, 7, 0, 0},
                                            CounterCase{3, 7, -2, 0}));
-
-TEST(Clock, ManualTickCountWrapsThroughNegativeLikeTheWin32One) {
-  ManualClock clock(2147483647LL * 1'000'000);  // the last positive tick
-  EXPECT_EQ(clock.GetTickCount(), 2147483647);
-  clock.AdvanceMs(0.25);
-  EXPECT_EQ(clock.GetTickCount(), 2147483647);
-  EXPECT_DOUBLE_EQ(clock.GetTimeMs(), 2147483647.25);
-  clock.AdvanceMs(0.75);
-  EXPECT_EQ(clock.GetTickCount(), -2147483647 - 1);
-  clock.AdvanceNs(4294967296LL * 1'000'000);  // one whole turn more
-  EXPECT_EQ(clock.GetTickCount(), -2147483647 - 1);
-  EXPECT_EQ(WrapTickCount(4294967295LL), -1);
-}
 
 TEST(Clock, SystemClockRunsAtTheRateOfTheMonotonicClock) {
   const SystemClock clock;

@@ -48,25 +48,5 @@ TEST(MalformedCorpusTest, EveryFileLoadsAsItsNameSays) {
   EXPECT_GE(files, 20);
 }
 
-// Values of the sound project as its generator encodes them.
-TEST(MalformedCorpusTest, TheSoundProjectLoadsWhole) {
-  Panel panel;
-  const ProjectLoad load = LoadProject((kCorpus / "sound-small.qvc").string(), panel, CodePage::Default());
-  ASSERT_TRUE(load.ok);
-  EXPECT_EQ(load.title, "sound-small.qvc");
-  EXPECT_EQ(load.file.Setting2, 7200);
-  EXPECT_EQ(load.file.MenuCaption2, "&Service");
-  EXPECT_EQ(load.file.Interval, 20);
-  EXPECT_EQ(load.file.HiddenElements.size(), 1u);
-  ASSERT_EQ(load.HoldingElements.size(), 1u);
-  EXPECT_EQ(load.HoldingElements[0].element->FormatString(), "0.00");  // Float default
-  EXPECT_EQ(panel.FindControl("Lbl", 1)->Caption(), "Mass flow [kg/h]");
-  EXPECT_TRUE(panel.FindControl("Img", 1)->Picture());
-  ASSERT_EQ(load.Requests.size(), 3u);
-  EXPECT_EQ(load.Requests[1]->Data(), (std::vector<std::uint8_t>{0x00, 0x00, 0x3F, 0x80}));
-  EXPECT_EQ(load.Requests[2]->Data(), (std::vector<std::uint8_t>{0xFF, 0xFF, 0x00, 0x00}));
-  EXPECT_EQ(load.file.Requests[2].Data, (std::vector<std::uint8_t>{0x12, 0x34, 0x56, 0x78}));
-}
-
 }  // namespace
 }  // namespace quorvel

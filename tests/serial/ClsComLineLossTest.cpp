@@ -58,34 +58,6 @@ TEST(ClsComLineLossTest, UnpluggedMasterCountsTimeoutsCalmlyAndRecovers) {
   EXPECT_EQ(window.answers.back().code, 1);
 }
 
-TEST(ClsComLineLossTest, PortOpensAgainAfterItWasReleased) {
-  SerialBench bench;
-  bench.Open(1);
-  bench.ports[1].Busy = true;
-  bench.wire->Unplug(End::A);
-  bench.ports[1].Port.reset();
-  EXPECT_FALSE(bench.ports[1].Busy);
-  EXPECT_EQ(bench.Open(1), nullptr);
-  bench.wire->Plug(End::A);
-  EXPECT_NE(bench.Open(1), nullptr);
-  EXPECT_TRUE(bench.wire->IsOpen(End::A));
-}
-
-TEST(ClsComLineLossTest, ListeningSlaveResumesOnceTheDeviceIsBack) {
-  SerialBench bench;
-  bench.ports[1].Mode = kModeSlave;
-  bench.Open(1);
-  FakeWindow& window = bench.AddWindow(1, 1);
-  auto peer = Peer(bench);
-  bench.wire->Unplug(End::A);
-  bench.Run(3000);
-  bench.wire->Plug(End::A);
-  bench.Run(1001);
-  peer->Write(kRequest);
-  bench.Run(40);
-  EXPECT_EQ(window.requests.size(), 1U);
-}
-
 TEST(ClsComLineLossTest, FloodNeverReachesPastTheFrameBuffer) {
   struct Row {
     std::int16_t mode;

@@ -23,17 +23,6 @@ void RunUntilAnswered(SerialBench& bench, const FakeWindow& window, std::size_t 
 
 void SetMs(SerialBench& bench, double ms) { bench.clock.SetNs(static_cast<std::int64_t>(ms * 1e6)); }
 
-TEST(ClsComMasterTest, OpenFailureShowsThePortAndTheCause) {
-  SerialBench bench;
-  bench.wire->Unplug(End::A);
-  EXPECT_EQ(bench.Open(3), nullptr);
-  ASSERT_EQ(bench.messages.size(), 1U);
-  const std::string& text = bench.messages[0];
-  EXPECT_EQ(text.substr(0, text.find('\n')), "Can not open COM3");
-  EXPECT_GT(text.size(), text.find('\n') + 1);  // a second line with the cause
-  EXPECT_FALSE(bench.ports[3].Busy);
-}
-
 TEST(ClsComMasterTest, FramingDecidesDataBitsAndBufferSize) {
   struct Row {
     bool ascii, ascii8bits;

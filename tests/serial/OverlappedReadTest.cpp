@@ -1,5 +1,4 @@
-// Where a polled read ends: count, character gap, total time, and the
-// piecewise ASCII setting.
+// Where a polled read ends: character gap and total time, however late it is polled.
 
 #include <gtest/gtest.h>
 
@@ -46,28 +45,11 @@ TEST_F(OverlappedReadTest, GapLongerThanTheIntervalEndsTheRead) {
   EXPECT_EQ(PollAt(200), Progress::Idle);  // reported once
 }
 
-TEST_F(OverlappedReadTest, TotalTimeEndsTheReadEvenWhileCharactersFlow) {
+TEST_F(OverlappedReadTest, TotalTimeEndsAReadThatHearsNothing) {
   read.Start(buffer, {32, 1, 100, 0, 0}, Now());  // 16 * 1 + 100 ms
   EXPECT_EQ(PollAt(115.9), Progress::Pending);
   EXPECT_EQ(PollAt(116), Progress::Complete);
   EXPECT_EQ(read.Received(), 0U);
-
-  read.Start(std::span(buffer).first(10), {32, 1, 100, 0, 0}, Now());  // from 116 ms, ends at 226
-  for (double t = 120; t < 226; t += 20) {
-    Send(1);
-    EXPECT_EQ(PollAt(t), Progress::Pending);
-  }
-  EXPECT_EQ(PollAt(226), Progress::Complete);
-  EXPECT_EQ(read.Received(), 6U);
-}
-
-TEST_F(OverlappedReadTest, TakesNoMoreThanTheCountAndLeavesTheRestQueued) {
-  read.Start(std::span(buffer).subspan(12), {32, 1, 100, 0, 0}, Now());
-  Send(10);
-  EXPECT_EQ(PollAt(1), Progress::Complete);
-  EXPECT_EQ(read.Received(), 4U);
-  EXPECT_EQ(reader.BytesAvailable(), 6U);
-  EXPECT_EQ(buffer[11], 0);  // nothing before the read's place
 }
 
 TEST_F(OverlappedReadTest, LatePollSeesTheRestOfAFrameBeforeItsGap) {
@@ -78,22 +60,6 @@ TEST_F(OverlappedReadTest, LatePollSeesTheRestOfAFrameBeforeItsGap) {
   EXPECT_EQ(PollAt(50), Progress::Pending);  // 50 ms since the last poll, but new characters came
   EXPECT_EQ(read.Received(), 8U);
   EXPECT_EQ(PollAt(82.5), Progress::Complete);
-}
-
-TEST_F(OverlappedReadTest, PiecewiseSettingWaitsOnlyForTheFirstCharacters) {
-  read.Start(buffer, {kMaxDword, kMaxDword, 1000, 0, 0}, Now());
-  EXPECT_EQ(PollAt(999), Progress::Pending);
-  Send(2);
-  EXPECT_EQ(PollAt(999.5), Progress::Complete);
-  EXPECT_EQ(read.Received(), 2U);
-
-  read.Start(buffer, {kMaxDword, kMaxDword, 1000, 0, 0}, Now());
-  EXPECT_EQ(PollAt(1999.4), Progress::Pending);
-  EXPECT_EQ(PollAt(1999.5), Progress::Complete);
-  EXPECT_EQ(read.Received(), 0U);
-
-  read.Start(buffer, {kMaxDword, 0, 0, 0, 0}, Now());  // what is queued, at once
-  EXPECT_EQ(PollAt(1999.5), Progress::Complete);
 }
 
 }  // namespace
