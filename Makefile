@@ -1,4 +1,4 @@
-# The one entry point: make deps | build | test | sanitize | demo | bench | fuzz
+# The one entry point: make deps | build | test | sanitize | demo | bench | fuzz | package | screenshots
 BUILD      ?= build
 SAN_BUILD  ?= build-sanitize
 BENCH_BUILD ?= build-bench
@@ -10,7 +10,7 @@ WERROR     ?= $(if $(CI),ON,OFF)
 
 CMAKE_FLAGS = -DQUORVEL_WERROR=$(WERROR)
 
-.PHONY: all deps build test sanitize demo bench fuzz clean
+.PHONY: all deps build test sanitize demo bench fuzz package screenshots clean
 
 all: build
 
@@ -34,6 +34,16 @@ sanitize: deps
 DEMO_SECONDS ?= 0
 demo: build
 	$(BUILD)/bin/quorvel-cli demo --seconds $(DEMO_SECONDS)
+
+# The Debian package of the build, written into $(BUILD)/.
+package: build
+	cd $(BUILD) && cpack -G DEB
+
+# The guide's screenshots, taken on a virtual screen and saved in
+# docs/screenshots/; the build then prints them into QuickStart.pdf.
+screenshots: build
+	xvfb-run -a -s "-screen 0 1280x800x24" tools/screenshots.sh $(BUILD) docs/screenshots
+	cmake --build $(BUILD) -j$(JOBS)
 
 bench: deps
 	cmake -S . -B $(BENCH_BUILD) $(CMAKE_FLAGS) -DCMAKE_BUILD_TYPE=Release -DQUORVEL_BENCH=ON -DQUORVEL_TESTS=OFF

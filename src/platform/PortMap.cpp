@@ -64,4 +64,16 @@ std::optional<std::string> PortMap::ApplyOverride(std::string_view text) {
   return std::nullopt;
 }
 
+std::optional<std::string> PortMap::ApplyOverrides(std::string_view list) {
+  while (!list.empty()) {
+    const auto end = list.find(';');
+    const std::string_view part = list.substr(0, end);
+    if (!part.empty())
+      if (auto problem = ApplyOverride(part)) return problem;
+    if (end == std::string_view::npos) break;
+    list.remove_prefix(end + 1);
+  }
+  return std::nullopt;
+}
+
 }  // namespace quorvel::platform

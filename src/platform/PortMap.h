@@ -44,6 +44,10 @@ class PortMap {
   // any case). Returns the reason when the text is not one, leaving the map
   // as it was.
   std::optional<std::string> ApplyOverride(std::string_view text);
+  // Overrides separated by ';', as the QUORVEL_PORTS environment variable
+  // carries them from a program that made the lines (the demo) to the one it
+  // starts. Empty parts are skipped; the first bad one stops with its reason.
+  std::optional<std::string> ApplyOverrides(std::string_view list);
 
  private:
   std::array<std::string, kPorts> paths_;

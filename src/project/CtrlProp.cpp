@@ -64,6 +64,20 @@ void CtrlProp::SetProp(PanelControl& control) {
   if (control.Name() == "TBox") {
     PanelControl& label = control.Container().Tbd(control.Index());
     rCtrl_ = &label;
+    // The value label lies on its box: it covers the box and shows the value
+    // in the box's colours and font, and the edit box later opens over it.
+    label.SetTop(control.Top());
+    label.SetLeft(control.Left());
+    label.SetWidth(control.Width());
+    label.SetHeight(control.Height());
+    label.SetBackColor(control.BackColor());
+    label.SetForeColor(control.ForeColor());
+    label.SetFontBold(control.FontBold());
+    label.SetFontUnderline(control.FontUnderline());
+    label.SetFontItalic(control.FontItalic());
+    label.SetFontStrikethru(control.FontStrikethru());
+    label.SetFontSize(control.FontSize());
+    label.SetFontName(control.FontName());
     control.SetCaption("");
     label.SetCaption("");
     TBoxToolTip(control);

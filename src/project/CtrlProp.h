@@ -30,8 +30,8 @@ class CtrlProp {
   const ElementRecord& Fields() const { return f_; }
 
   // Dresses `control` with this element; for a "TBox" also takes the value
-  // label Tbd(Index) of the control's panel as rCtrl (throws std::out_of_range
-  // when the panel has none).
+  // label Tbd(Index) of the control's panel as rCtrl, laid over the box in its
+  // colours and font (throws std::out_of_range when the panel has none).
   void SetProp(PanelControl& control);
   // For a "TBox": the address caption of its value label and the tool tips.
   void TBoxToolTip(PanelControl& control) const;

@@ -10,7 +10,7 @@ namespace {
 TEST(Demo, PollsTheEmulatedMeterWithoutErrors) {
   const TempDir dir;
   ASSERT_FALSE(dir.path().empty());
-  const auto run = RunToEnd({QuorvelCli(), "demo", "--seconds", "2.5"}, dir.path(), "demo", 30s);
+  const auto run = RunToEnd({QuorvelCli(), "demo", "--headless", "--seconds", "2.5"}, dir.path(), "demo", 30s);
   ASSERT_TRUE(run) << "the demo did not end";
   ASSERT_EQ(run->status, 0) << run->err;
   EXPECT_EQ(run->err, "");

@@ -24,7 +24,7 @@ const std::map<std::string, CommandEntry>& Commands() {
         "run [--map COMn=PATH]... [--seconds S] FILE.qvc|FILE.qvs [--com N] [--mode master|slave|monitor] "
         "[--id N] [--timeout MS] [--period MS] [--line 19200-8E1[-ascii]] [--write [W:]LABEL=TEXT]... "
         "[--user-request [W:]LABEL]... [--save-session FILE.qvs]"}},
-      {"demo", {RunDemo, "demo [--seconds S] [--session FILE.qvs] [--baud B]"}},
+      {"demo", {RunDemo, "demo [--headless] [--seconds S] [--session FILE.qvs] [--baud B]"}},
       {"encode", {RunEncode, "encode CODE TEXT [--format F] [--k K] [--x0 X]"}},
       {"dump", {RunDump, "dump FILE.qvc [--codepage N]"}},
       {"build", {RunBuild, "build FILE.json -o FILE.qvc [--codepage N]"}},

@@ -1,6 +1,11 @@
 // quorvel-cli demo: the sample meter emulated and polled over a virtual
 // null-modem line, with nothing to install and no serial port needed.
 
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <iomanip>
 #include <ostream>
@@ -39,12 +44,65 @@ void PrintWindow(std::ostream& out, frmQuorvel& window, int second) {
   out << std::flush;
 }
 
+// The desktop program beside this one, when there is a display to show it on.
+std::string DesktopProgram(bool headless) {
+  if (headless) return {};
+  const char* x11 = std::getenv("DISPLAY");
+  const char* wayland = std::getenv("WAYLAND_DISPLAY");
+  if ((!x11 || !*x11) && (!wayland || !*wayland)) return {};
+  const fs::path program = ProgramDir() / "quorvel";
+  return access(program.c_str(), X_OK) == 0 ? program.string() : std::string();
+}
+
+// Runs the desktop program on the session until its frame closes. It gets a
+// link of its own, so that a copy the user already runs does not take the
+// session over (and ignore it, as a running copy ignores sessions).
+int RunDesktop(const std::string& program, const std::string& session, const platform::NullModem& modem, Io& io) {
+  char linkDir[] = "/tmp/quorvel-demo-XXXXXX";
+  if (!mkdtemp(linkDir)) {
+    io.err << "quorvel-cli demo: no folder for the program's link\n";
+    return kFailed;
+  }
+  const std::string ports = "COM1=" + modem.Path(End::A) + ";COM2=" + modem.Path(End::B);
+  const pid_t child = fork();
+  if (child == 0) {
+    setenv("QUORVEL_PORTS", ports.c_str(), 1);
+    setenv("QUORVEL_CONNECT_ALL", "1", 1);
+    setenv("QUORVEL_LINK_DIR", linkDir, 1);
+    // The stop signals are blocked here; the program takes its own.
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+    execl(program.c_str(), program.c_str(), session.c_str(), static_cast<char*>(nullptr));
+    _exit(127);
+  }
+  int status = 0;
+  if (child > 0) waitpid(child, &status, 0);
+  std::error_code ec;
+  fs::remove_all(linkDir, ec);
+  // Ended by Ctrl+C with the demo is a normal end too.
+  if (child < 0 || (WIFEXITED(status) && WEXITSTATUS(status) != 0)) {
+    io.err << "quorvel-cli demo: the desktop program did not end normally\n";
+    return kFailed;
+  }
+  return kOk;
+}
+
 }  // namespace
 
 int RunDemo(const Args& args, Io& io) {
+  // --headless is the one option without a value.
+  Args rest;
+  bool headless = false;
+  for (const std::string& arg : args) {
+    if (arg == "--headless")
+      headless = true;
+    else
+      rest.push_back(arg);
+  }
   Options options;
   std::string error;
-  if (!SplitOptions(args, kOptions, options, error)) return UsageError(io, "demo", error);
+  if (!SplitOptions(rest, kOptions, options, error)) return UsageError(io, "demo", error);
   if (!options.positional.empty()) return UsageError(io, "demo", "unexpected argument '" + options.positional[0] + "'");
   double seconds = 0;
   if (const std::string* text = options.find("--seconds")) {
@@ -81,7 +139,10 @@ int RunDemo(const Args& args, Io& io) {
          << std::flush;
 
   int result = kOk;
-  {
+  if (const std::string desktop = DesktopProgram(headless); !desktop.empty()) {
+    io.out << "Starting " << desktop << "; closing its window ends the demo.\n" << std::flush;
+    result = RunDesktop(desktop, session, *modem, io);
+  } else {
     platform::SystemClock clock;
     HeadlessFrame frame(clock, portMap, [&io](const std::string& text) { io.err << text << "\n"; });
     if (LoadSession(frame, session) && !frame.Devices().empty()) {

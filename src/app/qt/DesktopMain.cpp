@@ -1,0 +1,39 @@
+#include "app/qt/DesktopMain.h"
+
+#include <QApplication>
+#include <cstdlib>
+#include <iostream>
+
+#include "app/Settings.h"
+#include "app/qt/MainWindow.h"
+#include "platform/Clock.h"
+
+namespace quorvel {
+
+int RunDesktop(int& argc, char** argv, FirstCopy& first) {
+  QApplication app(argc, argv);
+  app.setApplicationName("Quorvel");
+  std::unique_ptr<platform::SettingsStore> store = platform::OpenUserSettings();
+  if (!store) {
+    // Without a place for settings the program still runs; it forgets them.
+    std::cerr << "quorvel: no settings folder; settings will not be kept\n";
+    store = std::make_unique<platform::MemorySettingsStore>();
+  }
+  platform::PortMap portMap = LoadPortMap(*store);
+  if (const char* ports = std::getenv("QUORVEL_PORTS"))
+    if (auto problem = portMap.ApplyOverrides(ports)) std::cerr << "quorvel: QUORVEL_PORTS: " << *problem << "\n";
+  if (!first.Link && !first.LinkProblem.empty()) std::cerr << "quorvel: " << first.LinkProblem << "\n";
+
+  platform::SystemClock clock;
+  MainWindow frame(clock, std::move(portMap), *store);
+  frame.Globals().ProgramTitle = first.ProgramTitle;
+  frame.Load(first.CommandLine);
+  frame.ServeLink(std::move(first.Link));
+  frame.show();
+  // Set by the demo, which made the lines the session's windows use.
+  if (std::getenv("QUORVEL_CONNECT_ALL") && !frame.Devices().empty())
+    frame.Command([&frame] { frame.Devices().front()->mnuConnectAll_Click(); });
+  return app.exec();
+}
+
+}  // namespace quorvel

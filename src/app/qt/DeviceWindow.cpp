@@ -1,0 +1,33 @@
+#include "app/qt/DeviceWindow.h"
+
+#include <QScrollArea>
+#include <QVBoxLayout>
+
+namespace quorvel {
+
+DeviceWindow::DeviceWindow(frmQuorvel& window, QWidget* parent)
+    : QWidget(parent), window_(window), panel_(new PanelWidget(window)), statistics_(new QLabel) {
+  auto* scroll = new QScrollArea;
+  scroll->setWidget(panel_);
+  scroll->setFrameShape(QFrame::NoFrame);
+  scroll->setBackgroundRole(QPalette::Button);
+  statistics_->setFrameShape(QFrame::Panel);
+  statistics_->setFrameShadow(QFrame::Sunken);
+  statistics_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+  auto* layout = new QVBoxLayout(this);
+  layout->setContentsMargins(0, 0, 0, 0);
+  layout->setSpacing(0);
+  layout->addWidget(scroll, 1);
+  layout->addWidget(statistics_);
+  setAttribute(Qt::WA_DeleteOnClose, false);
+  Refresh();
+}
+
+void DeviceWindow::Refresh() {
+  const QString caption = QString::fromStdString(window_.Caption());
+  if (windowTitle() != caption) setWindowTitle(caption);
+  const QString line = QString::fromStdString(window_.lblStatistic());
+  if (statistics_->text() != line) statistics_->setText(line);
+}
+
+}  // namespace quorvel

@@ -1,0 +1,376 @@
+#include "app/qt/MainWindow.h"
+
+#include <QCloseEvent>
+#include <QDesktopServices>
+#include <QFile>
+#include <QFileDialog>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QScreen>
+#include <QSocketNotifier>
+#include <QUrl>
+
+#include "app/FileCommands.h"
+#include "app/Settings.h"
+#include "app/Startup.h"
+#include "app/qt/DeviceWindow.h"
+#include "device/qt/Twips.h"
+#include "dialogs/frmCOMSettings.h"
+#include "dialogs/frmSlaveAddress.h"
+#include "dialogs/frmUserWrite.h"
+#include "dialogs/qt/AboutDialog.h"
+#include "dialogs/qt/COMSettingsDialog.h"
+#include "dialogs/qt/MessageWindow.h"
+#include "dialogs/qt/SlaveAddressDialog.h"
+#include "dialogs/qt/UserWriteDialog.h"
+
+namespace quorvel {
+namespace {
+
+// Exceptions must not cross Qt's event loop: a failed command is reported and
+// the program goes on.
+template <typename Run>
+void Guarded(MainWindow& main, Run run) {
+  try {
+    run();
+  } catch (const std::exception& failure) {
+    main.MsgBox(failure.what());
+  }
+}
+
+}  // namespace
+
+MainWindow::MainWindow(platform::Clock& clock, platform::PortMap portMap, platform::SettingsStore& store)
+    : frmQuorvelMain(clock, std::move(portMap)), store_(store), area_(new QMdiArea), menus_(*menuBar(), *this) {
+  setCentralWidget(area_);
+  area_->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+  area_->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+  connect(area_, &QMdiArea::subWindowActivated, this, [this] { ActiveChanged(); });
+  for (QTimer* timer : {&polling_, &check_}) {
+    timer->setTimerType(Qt::PreciseTimer);
+    timer->setInterval(1);
+  }
+  connect(&polling_, &QTimer::timeout, this, [this] {
+    Guarded(*this, [this] { PollingTimer_Timer(); });
+    SyncTimers();
+  });
+  connect(&check_, &QTimer::timeout, this, [this] {
+    Guarded(*this, [this] { CheckTimer_Timer(); });
+    SyncTimers();
+  });
+  // Values arrive on the panels as they come; captions, the statistics line
+  // and the menus are caught up with a few times a second.
+  refresh_.setInterval(100);
+  connect(&refresh_, &QTimer::timeout, this, [this] { SyncView(); });
+  refresh_.start();
+  SetMsgBoxSink([this](const std::string& text) {
+    QMessageBox::information(this, QString::fromStdString(Globals().ProgramTitle), QString::fromStdString(text));
+  });
+  SetShowMsgSink([this](const std::string& text) {
+    if (!message_) message_ = new MessageWindow(this);
+    message_->ShowMsg(text);
+  });
+  AskYesNoCancel = [this](const QString& text, const QString& title) {
+    return QMessageBox::question(this, title, text, QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel);
+  };
+  ChooseOpenFile = [this] {
+    return QFileDialog::getOpenFileName(this, "Open", QString::fromStdString(Globals().LastPath),
+                                        "Project,Session (*.qvc *.qvs);;Project (*.qvc);;Session (*.qvs)");
+  };
+  ChooseSaveFile = [this] {
+    QFileDialog dialog(this, "Save Session", QString::fromStdString(Globals().LastPath), "Session(*.qvs)");
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    dialog.setDefaultSuffix("qvs");
+    if (!Globals().CurrentSession.empty()) dialog.selectFile(QString::fromStdString(Globals().CurrentSession));
+    return dialog.exec() == QDialog::Accepted && !dialog.selectedFiles().isEmpty() ? dialog.selectedFiles().front()
+                                                                                   : QString();
+  };
+  menus_.Build(nullptr);
+}
+
+MainWindow::~MainWindow() {
+  // The panels watch their windows' cores: they go first.
+  for (auto& [core, view] : views_) {
+    view->disconnect(this);
+    delete view;
+  }
+  views_.clear();
+}
+
+void MainWindow::Load(const std::string& commandLine) {
+  setWindowTitle(QString::fromStdString(Globals().ProgramTitle));
+  Globals().AppPath = ProgramDirectory();
+  const QScreen* shown = screen();
+  const Twips twips = Twips::ForScreen(shown);
+  const QRect available = shown ? shown->availableGeometry() : QRect(0, 0, 1024, 768);
+  LoadStartupSettings(
+      store_, *this,
+      {static_cast<float>(twips.ToTwips(available.width())), static_cast<float>(twips.ToTwips(available.height()))});
+  setGeometry(ToPixels(Placement));
+  framePlaced_ = Placement;
+  Guarded(*this, [&] { OpenCommandLine(*this, commandLine); });
+  FindPorts();
+  SyncView();
+}
+
+void MainWindow::ServeLink(std::unique_ptr<platform::InstanceServer> link) {
+  link_ = std::move(link);
+  if (!link_) return;
+  linkNotifier_ = new QSocketNotifier(link_->fd(), QSocketNotifier::Read, this);
+  connect(linkNotifier_, &QSocketNotifier::activated, this, [this] {
+    // A message box while opening runs a nested event loop; the link waits
+    // for this hand-off to end before it is served again.
+    linkNotifier_->setEnabled(false);
+    link_->Service([this](const std::string& name) {
+      Guarded(*this, [&] { Form_LinkOpen(*this, name); });
+      SyncView();
+    });
+    linkNotifier_->setEnabled(true);
+  });
+}
+
+void MainWindow::Command(const std::function<void()>& run) {
+  Guarded(*this, run);
+  SyncView();
+}
+
+QRect MainWindow::ToPixels(const WindowPlacement& place) const {
+  const Twips twips = Twips::ForScreen(screen());
+  return twips.ToRect(static_cast<std::int32_t>(place.Left), static_cast<std::int32_t>(place.Top),
+                      static_cast<std::int32_t>(place.Width), static_cast<std::int32_t>(place.Height));
+}
+
+WindowPlacement MainWindow::ToTwips(const QRect& rect) const {
+  const Twips twips = Twips::ForScreen(screen());
+  return {static_cast<float>(twips.ToTwips(rect.x())), static_cast<float>(twips.ToTwips(rect.y())),
+          static_cast<float>(twips.ToTwips(rect.width())), static_cast<float>(twips.ToTwips(rect.height()))};
+}
+
+void MainWindow::SyncPlacements() {
+  if (!isMinimized()) {
+    if (Placement != framePlaced_) {
+      // A session gives the frame's size; it stays where it is.
+      const QRect wanted = ToPixels(Placement);
+      resize(wanted.size());
+    } else {
+      Placement = ToTwips(geometry());
+    }
+    framePlaced_ = Placement;
+  }
+  for (auto& [core, sub] : views_) {
+    if (sub->isMinimized() || sub->isMaximized()) continue;
+    auto placed = placed_.find(core);
+    if (placed == placed_.end() || core->Placement != placed->second) {
+      if (core->Placement.Width > 0 && core->Placement.Height > 0) sub->setGeometry(ToPixels(core->Placement));
+    } else {
+      core->Placement = ToTwips(sub->geometry());
+    }
+    placed_[core] = core->Placement;
+  }
+}
+
+void MainWindow::SyncView() {
+  SyncWindows();
+  SyncPlacements();
+  SyncTimers();
+  for (DeviceWindow* view : Views()) view->Refresh();
+  // The recent lists show in the File menu: a change rebuilds the bar.
+  std::vector<std::string> recent = Globals().RecentFiles;
+  recent.insert(recent.end(), Globals().RecentSessions.begin(), Globals().RecentSessions.end());
+  if (recent != shownRecent_) {
+    shownRecent_ = recent;
+    menus_.Build(menus_.Window());
+  } else {
+    menus_.Refresh();
+  }
+}
+
+std::vector<DeviceWindow*> MainWindow::Views() const {
+  std::vector<DeviceWindow*> views;
+  for (const auto& core : Devices()) {
+    const auto found = views_.find(core.get());
+    if (found != views_.end()) views.push_back(static_cast<DeviceWindow*>(found->second->widget()));
+  }
+  return views;
+}
+
+QMdiSubWindow* MainWindow::AddView(frmQuorvel& window) {
+  auto* view = new DeviceWindow(window);
+  QMdiSubWindow* sub = area_->addSubWindow(view);
+  sub->setAttribute(Qt::WA_DeleteOnClose);
+  frmQuorvel* core = &window;
+  // Closed by the user: the view is gone (its panel with it), then the core.
+  connect(sub, &QObject::destroyed, this, [this, core] {
+    views_.erase(core);
+    placed_.erase(core);
+    if (closing_) return;
+    CloseDevice(*core);
+    SyncView();
+  });
+  const QSize wanted = view->sizeHint();
+  sub->resize(wanted.boundedTo(area_->size().expandedTo(QSize(320, 240))));
+  sub->show();
+  return sub;
+}
+
+void MainWindow::SyncWindows() {
+  for (const auto& core : Devices())
+    if (!views_.count(core.get())) views_[core.get()] = AddView(*core);
+  for (auto it = views_.begin(); it != views_.end();) {
+    const bool alive =
+        std::any_of(Devices().begin(), Devices().end(), [&](const auto& core) { return core.get() == it->first; });
+    if (alive) {
+      ++it;
+      continue;
+    }
+    QMdiSubWindow* sub = it->second;
+    placed_.erase(it->first);
+    it = views_.erase(it);
+    sub->disconnect(this);
+    delete sub;
+  }
+}
+
+void MainWindow::SyncTimers() {
+  if (PollingTimerEnabled() != polling_.isActive()) PollingTimerEnabled() ? polling_.start() : polling_.stop();
+  if (CheckTimerEnabled() != check_.isActive()) CheckTimerEnabled() ? check_.start() : check_.stop();
+}
+
+void MainWindow::ActiveChanged() {
+  QMdiSubWindow* active = area_->activeSubWindow();
+  frmQuorvel* core = nullptr;
+  for (const auto& [window, sub] : views_)
+    if (sub == active) core = window;
+  if (core != menus_.Window() || !core) menus_.Build(core);
+}
+
+void MainWindow::OpenCOM() {
+  frmQuorvelMain::OpenCOM();
+  SyncTimers();
+}
+
+void MainWindow::ShowUserWrite(frmQuorvel& window, const ElementCollection& elements,
+                               std::shared_ptr<ReqProp> request) {
+  UserWriteDialog dialog(std::make_unique<frmUserWrite>(window, elements, window.PendingRequests, std::move(request)),
+                         this);
+  dialog.exec();
+}
+
+void MainWindow::ShowCOMSettings(int com) {
+  frmCOMSettings model(*this);
+  model.ShowForm(com);
+  COMSettingsDialog dialog(model, this);
+  dialog.exec();
+}
+
+void MainWindow::ShowSettings(frmQuorvel& window) {
+  frmSlaveAddress model;
+  model.ID(window);
+  SlaveAddressDialog dialog(model, this);
+  dialog.exec();
+}
+
+void MainWindow::Arrange(Arrangement how) {
+  if (how == Arrangement::Cascade) {
+    area_->cascadeSubWindows();
+    return;
+  }
+  // Tiled horizontally: one above the other, full width; vertically: side by side.
+  QList<QMdiSubWindow*> shown;
+  for (QMdiSubWindow* sub : area_->subWindowList())
+    if (!sub->isMinimized() && sub->isVisible()) shown.push_back(sub);
+  if (shown.isEmpty()) return;
+  const QRect all = area_->viewport()->rect();
+  const int n = static_cast<int>(shown.size());
+  for (int i = 0; i < n; ++i) {
+    shown[i]->showNormal();
+    if (how == Arrangement::TileHorizontally)
+      shown[i]->setGeometry(0, all.height() * i / n, all.width(), all.height() / n);
+    else
+      shown[i]->setGeometry(all.width() * i / n, 0, all.width() / n, all.height());
+  }
+}
+
+void MainWindow::OpenCompanion(const std::string& file) {
+  const QString path = QString::fromStdString(Globals().AppPath + file);
+  if (!QFile::exists(path)) {
+    MsgBox("File not found: " + path.toStdString());
+    return;
+  }
+  QDesktopServices::openUrl(QUrl::fromLocalFile(path));
+}
+
+void MainWindow::RunFrameCommand(FrameCommand command, int index) {
+  switch (command) {
+    case FrameCommand::Open: {
+      const QString file = ChooseOpenFile ? ChooseOpenFile() : QString();
+      if (!file.isEmpty()) OpenChosenFile(*this, file.toStdString());
+      break;
+    }
+    case FrameCommand::SaveSession:
+      SaveSessionMain();
+      break;
+    case FrameCommand::QuickStart:
+      OpenCompanion("QuickStart.pdf");
+      break;
+    case FrameCommand::OnTheWeb: {
+      // An Internet shortcut: its URL= line is what a browser opens.
+      QFile shortcut(QString::fromStdString(Globals().AppPath + "Draventa.url"));
+      QString url;
+      if (shortcut.open(QIODevice::ReadOnly | QIODevice::Text))
+        for (const QByteArray& line : shortcut.readAll().split('\n'))
+          if (line.trimmed().startsWith("URL=")) url = QString::fromUtf8(line.trimmed().mid(4));
+      if (url.isEmpty())
+        OpenCompanion("Draventa.url");
+      else
+        QDesktopServices::openUrl(QUrl(url));
+      break;
+    }
+    case FrameCommand::About: {
+      AboutDialog about(Globals().ProgramTitle, this);
+      about.exec();
+      break;
+    }
+    default:
+      frmQuorvelMain::RunFrameCommand(command, index);
+      break;
+  }
+  SyncView();
+}
+
+void MainWindow::SaveSessionMain() {
+  const QString file = ChooseSaveFile ? ChooseSaveFile() : QString();
+  if (!file.isEmpty()) SaveChosenSession(*this, file.toStdString());
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+  const auto ask = [this](const std::string& text, const std::string& title) {
+    const int answer = AskYesNoCancel(QString::fromStdString(text), QString::fromStdString(title));
+    return answer == QMessageBox::Yes  ? PromptAnswer::Yes
+           : answer == QMessageBox::No ? PromptAnswer::No
+                                       : PromptAnswer::Cancel;
+  };
+  if (!MDIForm_QueryUnload(*this, ask, [this] { SaveSessionMain(); })) {
+    event->ignore();
+    return;
+  }
+  Minimized = isMinimized();
+  if (!Minimized) Placement = ToTwips(geometry());
+  closing_ = true;
+  polling_.stop();
+  check_.stop();
+  refresh_.stop();
+  // Views before the cores they show; then the frame's own unload.
+  for (auto& [core, sub] : views_) {
+    sub->disconnect(this);
+    delete sub;
+  }
+  views_.clear();
+  MDIForm_Unload(*this, store_);
+  if (message_) message_->hide();
+  event->accept();
+}
+
+}  // namespace quorvel

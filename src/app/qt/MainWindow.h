@@ -1,0 +1,99 @@
+#pragma once
+
+// The desktop frame: the frame's core drawn as a multiple-document window,
+// with one sub-window per device window, the menu bar of the active one, the
+// two 1 ms timers, the settings, the exit prompt and the first copy's link.
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+
+#include <QMainWindow>
+#include <QTimer>
+
+#include "app/frmQuorvelMain.h"
+#include "app/qt/MenuBar.h"
+#include "platform/InstanceLink.h"
+#include "platform/SettingsStore.h"
+
+class QMdiArea;
+class QMdiSubWindow;
+class QSocketNotifier;
+
+namespace quorvel {
+
+class DeviceWindow;
+class MessageWindow;
+
+class MainWindow : public QMainWindow, public frmQuorvelMain {
+  Q_OBJECT
+ public:
+  MainWindow(platform::Clock& clock, platform::PortMap portMap, platform::SettingsStore& store);
+  ~MainWindow() override;
+
+  // The frame's load: title, settings and recent lists, place on the screen,
+  // the file of the command line and the port probe.
+  void Load(const std::string& commandLine);
+  // Later copies hand their files to this copy through `link`.
+  void ServeLink(std::unique_ptr<platform::InstanceServer> link);
+
+  // Runs a command of a menu, then brings the screen in line with the core.
+  void Command(const std::function<void()>& run);
+  void SaveSessionMain();
+
+  // The device windows on screen, in the core's order.
+  std::vector<DeviceWindow*> Views() const;
+  QMdiArea& Area() const { return *area_; }
+  MenuBar& Menus() { return menus_; }
+  bool PollingTimerActive() const { return polling_.isActive(); }
+  // Brings views, timers, captions and menus in line with the core.
+  void SyncView();
+
+  // Frame commands that need the screen.
+  void ShowUserWrite(frmQuorvel& window, const ElementCollection& elements, std::shared_ptr<ReqProp> request) override;
+  void ShowCOMSettings(int com) override;
+  void ShowSettings(frmQuorvel& window) override;
+  void Arrange(Arrangement how) override;
+  void RunFrameCommand(FrameCommand command, int index) override;
+  void OpenCOM() override;
+
+  // How the desktop asks a yes/no/cancel question and picks files; tests
+  // replace them.
+  std::function<int(const QString& text, const QString& title)> AskYesNoCancel;
+  std::function<QString()> ChooseOpenFile;
+  std::function<QString()> ChooseSaveFile;
+
+ protected:
+  void closeEvent(QCloseEvent* event) override;
+
+ private:
+  void SyncWindows();
+  void SyncTimers();
+  void ActiveChanged();
+  QMdiSubWindow* AddView(frmQuorvel& window);
+  void OpenCompanion(const std::string& file);
+  // Places in twips follow the screen and the screen follows the core: a
+  // place the core changed (a session loaded) is applied, otherwise the
+  // place on screen is recorded for the next session file.
+  void SyncPlacements();
+  QRect ToPixels(const WindowPlacement& place) const;
+  WindowPlacement ToTwips(const QRect& rect) const;
+
+  platform::SettingsStore& store_;
+  QMdiArea* area_;
+  MenuBar menus_;
+  QTimer polling_;
+  QTimer check_;
+  QTimer refresh_;
+  std::map<frmQuorvel*, QMdiSubWindow*> views_;
+  std::map<frmQuorvel*, WindowPlacement> placed_;
+  WindowPlacement framePlaced_;
+  std::vector<std::string> shownRecent_;
+  MessageWindow* message_ = nullptr;
+  std::unique_ptr<platform::InstanceServer> link_;
+  QSocketNotifier* linkNotifier_ = nullptr;
+  bool closing_ = false;
+};
+
+}  // namespace quorvel

@@ -1,0 +1,194 @@
+#include "dialogs/qt/COMSettingsDialog.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QStringList>
+#include <QVBoxLayout>
+
+#include "dialogs/qt/KeyPreview.h"
+
+namespace quorvel {
+namespace {
+
+template <typename Texts>
+QStringList ListOf(const Texts& texts) {
+  QStringList list;
+  for (const auto& text : texts) list << QString::fromStdString(text);
+  return list;
+}
+
+QComboBox* List(const QStringList& items, QWidget* parent) {
+  auto* box = new QComboBox(parent);
+  box->addItems(items);
+  return box;
+}
+
+void Select(QComboBox& box, const std::string& text) {
+  box.setCurrentIndex(box.findText(QString::fromStdString(text)));
+}
+
+}  // namespace
+
+COMSettingsDialog::COMSettingsDialog(frmCOMSettings& model, QWidget* parent) : QDialog(parent), model_(model) {
+  setWindowTitle(QStringLiteral("COM Settings"));
+  BuildControls();
+  Connect();
+  new KeyPreview(*this, [this](int key) {
+    model_.Form_KeyDown(key);
+    Refresh();
+    if (!model_.Visible) done(key == KeyPreview::kEnter ? Accepted : Rejected);
+  });
+  Refresh();
+}
+
+void COMSettingsDialog::BuildControls() {
+  cmbCOM_ = new QComboBox(this);
+  chkAvailable_ = new QCheckBox(QStringLiteral("Show a&vailable"), this);
+  cmbBaudRate_ = List(ListOf(frmCOMSettings::kBaudRates), this);
+  cmbBaudRate_->setEditable(true);
+  // A typed rate is the user's, not an item to add to the list.
+  cmbBaudRate_->setInsertPolicy(QComboBox::NoInsert);
+  cmbParity_ = List(ListOf(frmCOMSettings::kParities), this);
+  cmbStopBits_ = List(ListOf(frmCOMSettings::kStopBits), this);
+
+  auto* framing = new QGroupBox(QStringLiteral("Framing"), this);
+  optRTU_ = new QRadioButton(QStringLiteral("R&TU"), framing);
+  optASCII_ = new QRadioButton(QStringLiteral("&ASCII"), framing);
+  chkASCII8bits_ = new QCheckBox(QStringLiteral("ASCII &8 bits"), framing);
+  auto* framingRows = new QHBoxLayout(framing);
+  framingRows->addWidget(optRTU_);
+  framingRows->addWidget(optASCII_);
+  framingRows->addWidget(chkASCII8bits_);
+  framingRows->addStretch();
+
+  chkDTR_ = new QCheckBox(QStringLiteral("&DTR On"), this);
+  chkRTSToggle_ = new QCheckBox(QStringLiteral("RT&S Toggle"), this);
+  cmdOK_ = new QPushButton(QStringLiteral("OK"), this);
+  cmdCancel_ = new QPushButton(QStringLiteral("Cancel"), this);
+  // Enter is the form's to handle; no button takes it for itself.
+  cmdOK_->setAutoDefault(false);
+  cmdCancel_->setAutoDefault(false);
+
+  auto* grid = new QGridLayout;
+  const auto row = [&](int at, const char* caption, QWidget* field) {
+    auto* label = new QLabel(QString::fromLatin1(caption), this);
+    label->setBuddy(field);
+    grid->addWidget(label, at, 0);
+    grid->addWidget(field, at, 1);
+  };
+  row(0, "&Port:", cmbCOM_);
+  grid->addWidget(chkAvailable_, 0, 2);
+  row(1, "&Baud rate:", cmbBaudRate_);
+  row(2, "Pa&rity:", cmbParity_);
+  row(3, "St&op bits:", cmbStopBits_);
+  grid->setColumnStretch(2, 1);
+
+  auto* lines = new QHBoxLayout;
+  lines->addWidget(chkDTR_);
+  lines->addWidget(chkRTSToggle_);
+  lines->addStretch();
+
+  auto* buttons = new QHBoxLayout;
+  buttons->addStretch();
+  buttons->addWidget(cmdOK_);
+  buttons->addWidget(cmdCancel_);
+
+  auto* form = new QVBoxLayout(this);
+  form->addLayout(grid);
+  form->addWidget(framing);
+  form->addLayout(lines);
+  form->addLayout(buttons);
+  form->setSizeConstraint(QLayout::SetFixedSize);
+}
+
+void COMSettingsDialog::Connect() {
+  connect(cmbCOM_, &QComboBox::currentIndexChanged, this, [this](int index) {
+    if (refreshing_) return;
+    model_.cmbCOM_ListIndex = index;
+    model_.cmbCOM_Click();
+    Refresh();
+  });
+  connect(chkAvailable_, &QCheckBox::toggled, this, [this](bool checked) {
+    if (refreshing_) return;
+    model_.chkAvailable = checked;
+    model_.chkAvailable_Click();
+    Refresh();
+  });
+  const auto store = [this] { StoreControls(); };
+  connect(cmbBaudRate_, &QComboBox::editTextChanged, this, store);
+  connect(cmbParity_, &QComboBox::currentIndexChanged, this, store);
+  connect(cmbStopBits_, &QComboBox::currentIndexChanged, this, store);
+  // Of the two framing buttons only the one switched on speaks.
+  const auto framing = [this](bool on) {
+    if (on) StoreControls();
+  };
+  connect(optRTU_, &QRadioButton::toggled, this, framing);
+  connect(optASCII_, &QRadioButton::toggled, this, framing);
+  connect(chkASCII8bits_, &QCheckBox::toggled, this, store);
+  connect(chkDTR_, &QCheckBox::toggled, this, store);
+  connect(chkRTSToggle_, &QCheckBox::toggled, this, store);
+  connect(cmdOK_, &QPushButton::clicked, this, [this] {
+    model_.cmdOK_Click();
+    Refresh();
+    if (!model_.Visible) done(Accepted);
+  });
+  connect(cmdCancel_, &QPushButton::clicked, this, &COMSettingsDialog::reject);
+}
+
+void COMSettingsDialog::ShowForm(int com) {
+  model_.ShowForm(com);
+  Refresh();
+  open();
+}
+
+void COMSettingsDialog::StoreControls() {
+  if (refreshing_) return;
+  model_.cmbBaudRate = cmbBaudRate_->currentText().toStdString();
+  model_.cmbParity = cmbParity_->currentText().toStdString();
+  model_.cmbStopBits = cmbStopBits_->currentText().toStdString();
+  model_.optRTU = optRTU_->isChecked();
+  model_.optASCII = optASCII_->isChecked();
+  model_.chkASCII8bits = chkASCII8bits_->isChecked();
+  model_.chkDTR = chkDTR_->isChecked();
+  model_.chkRTSToggle = chkRTSToggle_->isChecked();
+  model_.Control_Click();
+  Refresh();
+}
+
+void COMSettingsDialog::Refresh() {
+  refreshing_ = true;
+  const QStringList ports = ListOf(model_.cmbCOM);
+  QStringList shown;
+  for (int i = 0; i < cmbCOM_->count(); ++i) shown << cmbCOM_->itemText(i);
+  if (shown != ports) {
+    cmbCOM_->clear();
+    cmbCOM_->addItems(ports);
+  }
+  cmbCOM_->setCurrentIndex(model_.cmbCOM_ListIndex);
+  chkAvailable_->setChecked(model_.chkAvailable);
+  // Rewriting the text the user is typing would move the cursor under them.
+  const QString baud = QString::fromStdString(model_.cmbBaudRate);
+  if (cmbBaudRate_->currentText() != baud) cmbBaudRate_->setEditText(baud);
+  Select(*cmbParity_, model_.cmbParity);
+  Select(*cmbStopBits_, model_.cmbStopBits);
+  optRTU_->setChecked(model_.optRTU);
+  optASCII_->setChecked(model_.optASCII);
+  chkASCII8bits_->setEnabled(model_.chkASCII8bits_Enabled);
+  chkASCII8bits_->setChecked(model_.chkASCII8bits);
+  chkDTR_->setChecked(model_.chkDTR);
+  chkRTSToggle_->setChecked(model_.chkRTSToggle);
+  refreshing_ = false;
+}
+
+void COMSettingsDialog::reject() {
+  model_.cmdCancel_Click();
+  QDialog::reject();
+}
+
+}  // namespace quorvel

@@ -1,0 +1,138 @@
+// The desktop frame over a real virtual null-modem line: the sample session's
+// two windows connect, values travel from the emulated meter to the master's
+// panel, a value typed on the slave's panel reaches the master, and the exit
+// prompt decides whether the frame closes.
+
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QMdiArea>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QTest>
+#include <thread>
+
+#include "app/qt/DeviceWindow.h"
+#include "app/qt/MainWindow.h"
+#include "platform/NullModem.h"
+
+namespace quorvel {
+namespace {
+
+// Waits (processing events) until `done` holds or `ms` have passed.
+template <typename Done>
+bool WaitFor(Done done, int ms = 8000) {
+  for (int waited = 0; waited < ms && !done(); waited += 10) QTest::qWait(10);
+  return done();
+}
+
+std::string ValueText(DeviceWindow& view, const char* label) {
+  for (Table table : {Table::Holding, Table::Coil})
+    for (const auto& filed : view.Core().ElementsOf(table))
+      if (filed.element->AddressCaption() == label) return filed.element->rCtrl()->Caption();
+  return "(no " + std::string(label) + ")";
+}
+
+struct Desktop : ::testing::Test {
+  platform::NullModem modem;
+  std::thread line{[this] { modem.Run(); }};
+  platform::SystemClock clock;
+  platform::MemorySettingsStore store;
+  std::unique_ptr<MainWindow> frame;
+  std::vector<QString> asked;
+  int answer = QMessageBox::No;
+
+  void SetUp() override {
+    platform::PortMap ports;
+    ports.ApplyOverride("COM1=" + modem.Path(platform::End::A));
+    ports.ApplyOverride("COM2=" + modem.Path(platform::End::B));
+    frame = std::make_unique<MainWindow>(clock, ports, store);
+    frame->AskYesNoCancel = [this](const QString& text, const QString& title) {
+      asked.push_back(title + ": " + text);
+      return answer;
+    };
+    frame->SetMsgBoxSink([](const std::string& text) { ADD_FAILURE() << "message box: " << text; });
+    frame->Load("\"" + std::string(QUORVEL_BIN_DIR) + "/Coriolis.qvs\"");
+    frame->show();
+  }
+  void TearDown() override {
+    frame.reset();
+    modem.Stop();
+    line.join();
+  }
+};
+
+TEST_F(Desktop, ConnectsTheSampleSessionAndShowsTheMetersValues) {
+  std::vector<DeviceWindow*> views = frame->Views();
+  ASSERT_EQ(views.size(), 2u);
+  DeviceWindow& master = *views[0];
+  DeviceWindow& slave = *views[1];
+  EXPECT_EQ(frame->windowTitle().toStdString(), frame->Globals().ProgramTitle);
+  frame->Command([&] { master.Core().mnuConnectAll_Click(); });
+  ASSERT_TRUE(frame->PollingTimerActive());
+
+  // The identification register travels from the emulation to the master's label.
+  ASSERT_TRUE(WaitFor([&] { return ValueText(master, "HR0013") == "2A51h"; })) << ValueText(master, "HR0013");
+  ASSERT_TRUE(WaitFor([&] { return master.Statistics().text().contains("rQ:4"); }))
+      << master.Statistics().text().toStdString();
+  EXPECT_TRUE(master.windowTitle().contains("Connected: COM1")) << master.windowTitle().toStdString();
+
+  // Typed on the slave's panel: double-click, text, Enter; the master then reads it.
+  PanelWidget& panel = slave.Panel();
+  int index = -1;
+  for (const auto& filed : slave.Core().HoldingElements)
+    if (filed.element->AddressCaption() == "HR0025") index = std::stoi(filed.key);
+  ASSERT_GE(index, 0);
+  ControlView* label = panel.ViewOf("Tbd", index);
+  ASSERT_NE(label, nullptr);
+  QTest::mouseDClick(label, Qt::LeftButton);
+  ASSERT_TRUE(panel.tbInput().isVisible());
+  panel.tbInput().selectAll();
+  QTest::keyClicks(&panel.tbInput(), "2.5");
+  QTest::keyClick(&panel.tbInput(), Qt::Key_Return);
+  EXPECT_FALSE(panel.tbInput().isVisible());
+  EXPECT_TRUE(WaitFor([&] { return ValueText(master, "HR0025") == "2.5"; })) << ValueText(master, "HR0025");
+  EXPECT_EQ(master.Core().Counters().TOErr, 0);
+}
+
+TEST_F(Desktop, AsksBeforeClosingOnlyWhenTheSessionChanged) {
+  ASSERT_EQ(frame->Views().size(), 2u);
+  EXPECT_TRUE(frame->close()) << "nothing changed: no question";
+  EXPECT_TRUE(asked.empty());
+
+  frame = std::make_unique<MainWindow>(clock, platform::PortMap{}, store);
+  frame->AskYesNoCancel = [this](const QString& text, const QString& title) {
+    asked.push_back(title + ": " + text);
+    return answer;
+  };
+  frame->Load(std::string(QUORVEL_BIN_DIR) + "/Coriolis.qvc");
+  ASSERT_EQ(frame->Views().size(), 1u);
+  frame->Command([&] { frame->Views()[0]->Core().mnuMode_Click(kSlave); });
+  answer = QMessageBox::Cancel;
+  EXPECT_FALSE(frame->close());
+  ASSERT_EQ(asked.size(), 1u);
+  EXPECT_EQ(asked[0].toStdString(), "Draventa: Save current session?");
+  answer = QMessageBox::No;
+  EXPECT_TRUE(frame->close());
+  // The closed project heads the recent list the frame saved.
+  EXPECT_EQ(store.GetSetting("Quorvel", "Startup", "1", ""), std::string(QUORVEL_BIN_DIR) + "/Coriolis.qvc");
+}
+
+TEST_F(Desktop, TheMenuBarFollowsTheActiveWindow) {
+  auto views = frame->Views();
+  ASSERT_EQ(views.size(), 2u);
+  const auto titles = [&] {
+    QStringList list;
+    for (QAction* action : frame->menuBar()->actions())
+      if (action->isVisible()) list << action->text();
+    return list.join("|").toStdString();
+  };
+  frame->Area().setActiveSubWindow(frame->Area().subWindowList()[0]);
+  EXPECT_EQ(titles(), "C&onnection|&Mode|&Totaliser|&Service|&Window|&File|&Help");
+  frame->Area().setActiveSubWindow(frame->Area().subWindowList()[1]);
+  EXPECT_EQ(titles(), "C&onnection|&Mode|&Window|&File|&Help") << "a slave has no user menus";
+}
+
+}  // namespace
+}  // namespace quorvel

@@ -1,0 +1,108 @@
+// The user write dialog on screen: one line per element of the write block,
+// a refused text marked beside its own line with the dialog kept open, and
+// the filled request queued on OK.
+
+#include <gtest/gtest.h>
+
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTest>
+
+#include "../device/FakeHost.h"
+#include "../device/TestProject.h"
+#include "Version.h"
+#include "dialogs/qt/AboutDialog.h"
+#include "dialogs/qt/UserWriteDialog.h"
+
+namespace quorvel::testing {
+namespace {
+
+// Three signed registers, 10 to 12, and a request that writes all three.
+TestProject Limits() {
+  TestProject p;
+  p.elements = {Box(10, 1), Box(11, 2), Box(12, 3), Box(40)};
+  p.requests = {RequestRecord{
+      .Func = 16, .WriteAddr = 10, .WriteQnt = 3, .Control = 2, .Data = {0, 0, 0, 0, 0, 0}, .Label = "Limits"}};
+  return p;
+}
+
+struct UserWriteView : ::testing::Test {
+  FakeHost host;
+  frmQuorvel window{host};
+  std::unique_ptr<UserWriteDialog> dialog;
+
+  void SetUp() override {
+    Load(window, Limits());
+    dialog = std::make_unique<UserWriteDialog>(
+        std::make_unique<frmUserWrite>(window, window.HoldingElements, window.PendingRequests, window.Requests.at(0)));
+  }
+
+  void Retype(std::size_t row, const char* text) {
+    QLineEdit& field = dialog->RowText(row);
+    field.setFocus();
+    field.selectAll();
+    QTest::keyClicks(&field, QString::fromLatin1(text));
+  }
+};
+
+TEST_F(UserWriteView, OneLinePerElementOfTheWriteBlock) {
+  ASSERT_TRUE(dialog->ShowForm());
+  EXPECT_EQ(dialog->windowTitle(), "Limits");
+  ASSERT_EQ(dialog->RowCount(), 3u);
+  const char* captions[] = {"HR0010", "HR0011", "HR0012"};
+  const char* values[] = {"1", "2", "3"};
+  for (std::size_t i = 0; i < 3; ++i) {
+    EXPECT_EQ(dialog->RowCaption(i).text(), captions[i]);
+    // The value as the element shows it, the format's padding aside.
+    EXPECT_EQ(dialog->RowText(i).text().trimmed(), values[i]);
+    EXPECT_FALSE(dialog->RowCaption(i).toolTip().isEmpty());
+    EXPECT_EQ(dialog->RowText(i).toolTip(), dialog->RowCaption(i).toolTip());
+    EXPECT_FALSE(dialog->RowRefusal(i).isVisible());
+  }
+  EXPECT_EQ(dialog->focusWidget(), &dialog->RowText(0));
+  dialog->grab().save(QUORVEL_GUI_OUTPUT_DIR "/user-write.png");
+}
+
+TEST_F(UserWriteView, RefusedTextIsMarkedAndTheDialogStays) {
+  ASSERT_TRUE(dialog->ShowForm());
+  Retype(1, "40000");  // beyond a signed register
+  QTest::mouseClick(&dialog->cmdOK(), Qt::LeftButton);
+  EXPECT_TRUE(dialog->isVisible());
+  EXPECT_TRUE(window.PendingRequests.empty());
+  EXPECT_TRUE(dialog->RowRefusal(1).isVisible());
+  EXPECT_FALSE(dialog->RowRefusal(1).text().isEmpty());
+  EXPECT_FALSE(dialog->RowRefusal(0).isVisible());
+  EXPECT_EQ(dialog->focusWidget(), &dialog->RowText(1)) << "straight to the line to put right";
+  dialog->grab().save(QUORVEL_GUI_OUTPUT_DIR "/user-write-refused.png");
+
+  Retype(0, "-1");
+  Retype(1, "300");
+  QTest::keyClick(&dialog->RowText(1), Qt::Key_Return);
+  EXPECT_FALSE(dialog->isVisible());
+  EXPECT_EQ(dialog->result(), QDialog::Accepted);
+  ASSERT_EQ(window.PendingRequests.size(), 1u);
+  // -1, 300 = 012Ch, and the untouched 3, high bytes first.
+  EXPECT_EQ(window.PendingRequests.front()->Data(), (std::vector<std::uint8_t>{0xFF, 0xFF, 0x01, 0x2C, 0x00, 0x03}));
+}
+
+TEST_F(UserWriteView, EscapeQueuesNothing) {
+  ASSERT_TRUE(dialog->ShowForm());
+  QTest::keyClick(&dialog->RowText(0), Qt::Key_Escape);
+  EXPECT_EQ(dialog->result(), QDialog::Rejected);
+  EXPECT_TRUE(window.PendingRequests.empty());
+  EXPECT_FALSE(dialog->ShowForm()) << "a cancelled dialog is not shown again";
+}
+
+TEST(AboutView, NamesTheProgramAndItsVersion) {
+  AboutDialog about("Quorvel 1.0");
+  about.show();
+  EXPECT_EQ(about.lblTitle().text(), "Quorvel 1.0");
+  EXPECT_TRUE(about.lblVersion().text().contains(QString::fromLatin1(kVersion)));
+  about.grab().save(QUORVEL_GUI_OUTPUT_DIR "/about.png");
+  QTest::keyClick(&about, Qt::Key_Return);
+  EXPECT_FALSE(about.isVisible());
+}
+
+}  // namespace
+}  // namespace quorvel::testing

@@ -1,0 +1,142 @@
+#!/usr/bin/env bash
+# Screenshots of the desktop program for the quick-start guide, taken on the
+# X display in $DISPLAY; `make screenshots` runs it inside xvfb-run.
+#
+#   tools/screenshots.sh [BUILD_DIR [OUT_DIR]]      (build, docs/screenshots)
+#
+# The sample session runs over a virtual null-modem line: its Master window
+# polls the Slave window's emulated meter. The program is driven by its menu
+# keys and by double-clicks on window titles, so no window manager is needed. The pictures replace those in
+# OUT_DIR only when every one of them was taken.
+#
+# Environment: QUORVEL_PROGRAM runs another program in place of the desktop
+# program (to try the script), SCREENSHOT_WAIT bounds the wait for its window
+# in seconds (30), SCREENSHOT_SETTLE is the pause before a picture (3).
+set -euo pipefail
+
+build=${1:-build}
+out=${2:-docs/screenshots}
+program=${QUORVEL_PROGRAM:-$build/bin/quorvel}
+cli=$build/bin/quorvel-cli
+session=$build/bin/Coriolis.qvs
+wait_limit=${SCREENSHOT_WAIT:-30}
+settle=${SCREENSHOT_SETTLE:-3}
+
+die() {
+  echo "screenshots: $*" >&2
+  exit 1
+}
+
+[[ -n ${DISPLAY:-} ]] || die "no X display; run it as: make screenshots"
+for tool in import xdotool; do
+  command -v "$tool" >/dev/null || die "$tool is missing: make deps installs it"
+done
+[[ -x $cli && -f $session ]] || die "no build in $build: run make build first"
+[[ -x $program ]] || command -v "$program" >/dev/null || die "no program $program"
+
+work=$(mktemp -d)
+line_pid='' program_pid=''
+
+# Everything this run started ends with it, however it ends.
+stop() {
+  local pid
+  for pid in $program_pid $line_pid; do
+    kill -TERM "$pid" 2>/dev/null || continue
+    for _ in $(seq 50); do kill -0 "$pid" 2>/dev/null || break; sleep 0.1; done
+    kill -KILL "$pid" 2>/dev/null || true
+  done
+  wait 2>/dev/null || true
+  rm -rf "$work"
+}
+trap stop EXIT
+trap 'exit 130' INT TERM HUP
+
+# Stops the run when the line or the program has ended by itself.
+check_running() {
+  if ! kill -0 "$line_pid" 2>/dev/null; then
+    die "the virtual line ended $1: $(tail -n 5 "$work/line.log")"
+  fi
+  if [[ -n $program_pid ]] && ! kill -0 "$program_pid" 2>/dev/null; then
+    die "the program ended $1: $(tail -n 5 "$work/program.log")"
+  fi
+}
+
+# until_ok SECONDS WHAT COMMAND...: runs COMMAND every 0.2 s until it
+# succeeds, at most SECONDS long.
+until_ok() {
+  local limit=$1 what=$2
+  shift 2
+  local deadline=$((SECONDS + limit))
+  until "$@"; do
+    check_running "while waiting for $what"
+    ((SECONDS < deadline)) || die "no $what after $limit s"
+    sleep 0.2
+  done
+}
+
+# Settings (recent lists, window places) of this run stay in the scratch folder.
+export XDG_CONFIG_HOME=$work/config
+
+mkdir "$work/line"
+"$cli" nullmodem --link "$work/line" >"$work/line.log" 2>&1 &
+line_pid=$!
+until_ok 10 "virtual line" test -e "$work/line/COM2"
+export QUORVEL_PORTS="COM1=$work/line/COM1;COM2=$work/line/COM2"
+
+"$program" "$session" >"$work/program.log" 2>&1 &
+program_pid=$!
+main_window() { timeout 5 xdotool search --onlyvisible --name '^Quorvel' 2>/dev/null | head -n 1; }
+has_main_window() { [[ -n $(main_window) ]]; }
+until_ok "$wait_limit" "Quorvel window" has_main_window
+window=$(main_window)
+
+# Without a window manager the frame keeps its own size: give it the screen.
+# Each X request is bounded: a stuck display must not stall the run.
+read -r width height < <(timeout 5 xdotool getdisplaygeometry)
+timeout 5 xdotool windowmove "$window" 0 0 windowsize "$window" "$width" "$height" || die "could not place the window"
+
+keys() {
+  timeout 5 xdotool windowfocus --sync "$window" 2>/dev/null || true
+  local key
+  for key in "$@"; do
+    timeout 5 xdotool key --clearmodifiers "$key" || die "could not press $key"
+    sleep 0.3
+  done
+}
+
+shoot() {
+  sleep "$settle"
+  check_running "before $1"
+  timeout 30 import -window root "$work/$1" || die "could not capture $1"
+  echo "screenshots: $1"
+}
+
+# Double-clicks the title bar of a device window at X, which maximises the
+# window. Tiled side by side, the title bars lie just below the menu bar.
+title_double_click() {
+  timeout 5 xdotool mousemove --window "$window" "$1" "$title_y" click --repeat 2 --delay 100 1 ||
+    die "could not click the title at $1,$title_y"
+  sleep 0.3
+}
+title_y=30
+
+# The menu keys of the desktop program: Connection (Alt+O) > Connect All (A)
+# and COM Parameters (P); Window (Alt+W) > Tile Vertically (V). The session
+# opens the Master window first: tiled, it is on the left.
+keys alt+o a
+keys alt+w v
+shoot frame.png
+title_double_click $((width / 4))
+shoot master.png
+keys alt+w v
+title_double_click $((width * 3 / 4))
+shoot slave.png
+keys alt+o p
+shoot com-settings.png
+keys Escape
+
+mkdir -p "$out"
+for picture in frame.png slave.png master.png com-settings.png; do
+  mv -f "$work/$picture" "$out/$picture"
+done
+echo "screenshots: saved in $out"
