@@ -8,6 +8,7 @@
 #include <QApplication>
 #include <QCloseEvent>
 #include <QMdiArea>
+#include <QMdiSubWindow>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QTest>
@@ -132,6 +133,23 @@ TEST_F(Desktop, TheMenuBarFollowsTheActiveWindow) {
   EXPECT_EQ(titles(), "C&onnection|&Mode|&Totaliser|&Service|&Window|&File|&Help");
   frame->Area().setActiveSubWindow(frame->Area().subWindowList()[1]);
   EXPECT_EQ(titles(), "C&onnection|&Mode|&Window|&File|&Help") << "a slave has no user menus";
+
+  // The File menu lists the recent entries; the session just opened heads its list.
+  const auto fileItems = [&] {
+    QStringList items;
+    for (QAction* menu : frame->menuBar()->actions())
+      if (menu->text() == "&File")
+        for (QAction* item : menu->menu()->actions())
+          if (!item->isSeparator()) items << item->text();
+    return items;
+  };
+  const QString session = QString("Session &1 %1/Coriolis.qvs").arg(QUORVEL_BIN_DIR);
+  EXPECT_TRUE(fileItems().contains(session)) << fileItems().join(" | ").toStdString();
+  // Closing a window puts its project at the head of the recent projects.
+  frame->Area().subWindowList()[1]->close();
+  frame->SyncView();
+  ASSERT_FALSE(fileItems().isEmpty());
+  EXPECT_EQ(fileItems()[1].toStdString(), "&1 " + std::string(QUORVEL_BIN_DIR) + "/Coriolis.qvc");
 }
 
 }  // namespace
