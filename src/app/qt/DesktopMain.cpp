@@ -1,6 +1,7 @@
 #include "app/qt/DesktopMain.h"
 
 #include <QApplication>
+#include <QIcon>
 #include <cstdlib>
 #include <iostream>
 
@@ -13,6 +14,9 @@ namespace quorvel {
 int RunDesktop(int& argc, char** argv, FirstCopy& first) {
   QApplication app(argc, argv);
   app.setApplicationName("Quorvel");
+  // The installed icon and desktop entry, where the program is installed.
+  app.setDesktopFileName("quorvel");
+  app.setWindowIcon(QIcon::fromTheme("quorvel"));
   std::unique_ptr<platform::SettingsStore> store = platform::OpenUserSettings();
   if (!store) {
     // Without a place for settings the program still runs; it forgets them.
