@@ -102,8 +102,7 @@ int RunHeadless(FirstCopy first, std::ostream& out, std::ostream& err) {
       if (fds[0].revents & POLLIN) break;
       if (fds[1].revents & POLLIN) first.Link->Service(receive);
     }
-    if (frame.PollingTimerEnabled()) frame.PollingTimer_Timer();
-    if (frame.CheckTimerEnabled()) frame.CheckTimer_Timer();
+    frame.TimersTick();
     tellOpened();
   }
   frame.Unload();

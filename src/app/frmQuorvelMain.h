@@ -58,6 +58,11 @@ class frmQuorvelMain : public DeviceHost, public DeviceDirectory {
 
   void PollingTimer_Timer();
   void CheckTimer_Timer();
+  // One tick of each enabled timer: for loops without a toolkit's timers.
+  void TimersTick() {
+    if (pollingEnabled_) PollingTimer_Timer();
+    if (checkEnabled_) CheckTimer_Timer();
+  }
   bool PortsActive() const { return portsActive_; }
   bool PollingTimerEnabled() const { return pollingEnabled_; }
   bool CheckTimerEnabled() const { return checkEnabled_; }

@@ -13,6 +13,7 @@
 
 #include "app/Session.h"
 #include "app/Settings.h"
+#include "app/Startup.h"
 #include "app/cli/Cli.h"
 #include "app/cli/HeadlessFrame.h"
 #include "app/cli/HexArgs.h"
@@ -26,12 +27,6 @@ namespace fs = std::filesystem;
 using platform::End;
 
 constexpr const char* kOptions[] = {"--seconds", "--session", "--baud"};
-
-fs::path ProgramDir() {
-  std::error_code ec;
-  const fs::path self = fs::read_symlink("/proc/self/exe", ec);
-  return ec ? fs::current_path(ec) : self.parent_path();
-}
 
 void PrintWindow(std::ostream& out, frmQuorvel& window, int second) {
   out << "[" << std::setw(4) << second << " s] " << window.Caption() << "\n";
@@ -50,7 +45,7 @@ std::string DesktopProgram(bool headless) {
   const char* x11 = std::getenv("DISPLAY");
   const char* wayland = std::getenv("WAYLAND_DISPLAY");
   if ((!x11 || !*x11) && (!wayland || !*wayland)) return {};
-  const fs::path program = ProgramDir() / "quorvel";
+  const fs::path program = fs::path(ProgramDirectory()) / "quorvel";
   return access(program.c_str(), X_OK) == 0 ? program.string() : std::string();
 }
 
@@ -118,7 +113,7 @@ int RunDemo(const Args& args, Io& io) {
     line.baudRate = static_cast<int>(*value);
   }
   const std::string* chosen = options.find("--session");
-  const std::string session = chosen ? *chosen : (ProgramDir() / "Coriolis.qvs").string();
+  const std::string session = chosen ? *chosen : ProgramDirectory() + "Coriolis.qvs";
 
   // Blocked before the line's thread starts, so that every thread has them blocked.
   const platform::StopSignals stop;

@@ -33,8 +33,7 @@ void HeadlessFrame::Drive(const platform::StopSignals& stop, double seconds, con
   const auto end = start + std::chrono::duration<double>(seconds);
   auto nextReport = start + std::chrono::seconds(1);
   while (seconds == 0 || Clock::now() < end) {
-    if (PollingTimerEnabled()) PollingTimer_Timer();
-    if (CheckTimerEnabled()) CheckTimer_Timer();
+    TimersTick();
     if (everySecond && Clock::now() >= nextReport) {
       everySecond();
       nextReport += std::chrono::seconds(1);

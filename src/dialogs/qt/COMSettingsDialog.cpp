@@ -11,6 +11,7 @@
 #include <QStringList>
 #include <QVBoxLayout>
 
+#include "dialogs/qt/FormLayout.h"
 #include "dialogs/qt/KeyPreview.h"
 
 namespace quorvel {
@@ -69,35 +70,20 @@ void COMSettingsDialog::BuildControls() {
 
   chkDTR_ = new QCheckBox(QStringLiteral("&DTR On"), this);
   chkRTSToggle_ = new QCheckBox(QStringLiteral("RT&S Toggle"), this);
-  cmdOK_ = new QPushButton(QStringLiteral("OK"), this);
-  cmdCancel_ = new QPushButton(QStringLiteral("Cancel"), this);
-  // Enter is the form's to handle; no button takes it for itself.
-  cmdOK_->setAutoDefault(false);
-  cmdCancel_->setAutoDefault(false);
+  QHBoxLayout* buttons = OkCancelRow(*this, cmdOK_, cmdCancel_);
 
   auto* grid = new QGridLayout;
-  const auto row = [&](int at, const char* caption, QWidget* field) {
-    auto* label = new QLabel(QString::fromLatin1(caption), this);
-    label->setBuddy(field);
-    grid->addWidget(label, at, 0);
-    grid->addWidget(field, at, 1);
-  };
-  row(0, "&Port:", cmbCOM_);
+  AddCaptionedRow(*grid, 0, "&Port:", cmbCOM_);
   grid->addWidget(chkAvailable_, 0, 2);
-  row(1, "&Baud rate:", cmbBaudRate_);
-  row(2, "Pa&rity:", cmbParity_);
-  row(3, "St&op bits:", cmbStopBits_);
+  AddCaptionedRow(*grid, 1, "&Baud rate:", cmbBaudRate_);
+  AddCaptionedRow(*grid, 2, "Pa&rity:", cmbParity_);
+  AddCaptionedRow(*grid, 3, "St&op bits:", cmbStopBits_);
   grid->setColumnStretch(2, 1);
 
   auto* lines = new QHBoxLayout;
   lines->addWidget(chkDTR_);
   lines->addWidget(chkRTSToggle_);
   lines->addStretch();
-
-  auto* buttons = new QHBoxLayout;
-  buttons->addStretch();
-  buttons->addWidget(cmdOK_);
-  buttons->addWidget(cmdCancel_);
 
   auto* form = new QVBoxLayout(this);
   form->addLayout(grid);

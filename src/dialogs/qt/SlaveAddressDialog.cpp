@@ -11,6 +11,7 @@
 #include <QVBoxLayout>
 
 #include "device/qt/WinColor.h"
+#include "dialogs/qt/FormLayout.h"
 #include "dialogs/qt/KeyPreview.h"
 
 namespace quorvel {
@@ -25,25 +26,12 @@ SlaveAddressDialog::SlaveAddressDialog(frmSlaveAddress& model, QWidget* parent) 
   tbID_ = new QLineEdit(this);
   tbTimeout_ = new QLineEdit(this);
   tbInterval_ = new QLineEdit(this);
-  cmdOK_ = new QPushButton(QStringLiteral("OK"), this);
-  cmdCancel_ = new QPushButton(QStringLiteral("Cancel"), this);
-  cmdOK_->setAutoDefault(false);
-  cmdCancel_->setAutoDefault(false);
+  QHBoxLayout* buttons = OkCancelRow(*this, cmdOK_, cmdCancel_);
 
   auto* grid = new QGridLayout;
-  const auto row = [&](int at, const char* caption, QLineEdit* field) {
-    auto* label = new QLabel(QString::fromLatin1(caption), this);
-    label->setBuddy(field);
-    grid->addWidget(label, at, 0);
-    grid->addWidget(field, at, 1);
-  };
-  row(0, "Slave &address:", tbID_);
-  row(1, "Response &timeout, ms:", tbTimeout_);
-  row(2, "Char-to-char &interval, ms:", tbInterval_);
-  auto* buttons = new QHBoxLayout;
-  buttons->addStretch();
-  buttons->addWidget(cmdOK_);
-  buttons->addWidget(cmdCancel_);
+  AddCaptionedRow(*grid, 0, "Slave &address:", tbID_);
+  AddCaptionedRow(*grid, 1, "Response &timeout, ms:", tbTimeout_);
+  AddCaptionedRow(*grid, 2, "Char-to-char &interval, ms:", tbInterval_);
   auto* form = new QVBoxLayout(this);
   form->addLayout(grid);
   form->addLayout(buttons);
