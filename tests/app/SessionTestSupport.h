@@ -1,7 +1,6 @@
 #pragma once
 
-// Temporary folders, small project files and a headless frame for the tests
-// of session files, recent lists and the frame's file commands.
+// Temporary folders, small project files and a headless frame.
 
 #include <stdlib.h>
 
@@ -46,8 +45,8 @@ class TempDir {
   std::filesystem::path path_;
 };
 
-// A project with no elements and no requests, whose header sets a polling
-// period, a time-out and an interval that differ from what tests set later.
+// An empty project whose polling period, time-out and interval differ from
+// what tests set later.
 inline std::string WriteTestProject(const std::string& path) {
   ProjectFile file;
   file.Header = "DraventaFabricant session test\r\n";

@@ -1,5 +1,5 @@
-// The frame's settings in the per-user store: defaults from the screen, the
-// recent lists, what unload writes and what it leaves.
+// The frame's settings in the per-user store: what start-up reads, what
+// unload writes and what it leaves.
 
 #include <gtest/gtest.h>
 
@@ -23,25 +23,6 @@ void Put(platform::SettingsStore& store, const std::string& key, const std::stri
   store.SaveSetting("Quorvel", "Startup", key, value);
 }
 
-TEST(Settings, AFirstStartTakesTheMiddleOfTheScreen) {
-  struct Case {
-    ScreenSize screen;
-    WindowPlacement expected;
-  };
-  // 1366 x 768 pixels at 15 twips a pixel.
-  const std::vector<Case> cases = {{{20490, 11520}, {3415, 1920, 13660, 7680}}};
-  for (const Case& c : cases) {
-    platform::MemorySettingsStore store;
-    testing::TestFrame t;
-    t.frame.Globals().AppPath = "/opt/q/";
-    LoadStartupSettings(store, t.frame, c.screen);
-    EXPECT_EQ(t.frame.Placement, c.expected);
-    EXPECT_EQ(t.frame.Globals().LastPath, "");
-    EXPECT_EQ(t.frame.Globals().RecentFiles, List{"/opt/q/Coriolis.qvc"});
-    EXPECT_EQ(t.frame.Globals().RecentSessions, List{"/opt/q/Coriolis.qvs"});
-  }
-}
-
 TEST(Settings, StoredValuesWinAndUnreadableOnesFallBack) {
   platform::MemorySettingsStore store;
   Put(store, "MainLeft", "123.5");
@@ -62,7 +43,7 @@ TEST(Settings, StoredValuesWinAndUnreadableOnesFallBack) {
   EXPECT_EQ(t.frame.Globals().RecentSessions, List{"/s/eight.qvs"});
 }
 
-TEST(Settings, UnloadWritesTheListsInOrderAndLeavesLaterKeys) {
+TEST(Settings, SaveWritesTheListsInOrderAndLeavesLaterKeys) {
   platform::MemorySettingsStore store;
   Put(store, "3", "/old/three.qvc");
   Put(store, "MainLeft", "1");
@@ -80,39 +61,6 @@ TEST(Settings, UnloadWritesTheListsInOrderAndLeavesLaterKeys) {
   EXPECT_EQ(Get(store, "MainLeft"), "10");
   EXPECT_EQ(Get(store, "MainWidth"), "3000.5");
   EXPECT_EQ(Get(store, "Path"), "/last");
-
-  // A minimised frame keeps the place it had before.
-  platform::MemorySettingsStore kept;
-  Put(kept, "MainLeft", "111");
-  t.frame.Placement = {-32000, -32000, 100, 100};
-  t.frame.Minimized = true;
-  SaveStartupSettings(kept, t.frame);
-  EXPECT_EQ(Get(kept, "MainLeft"), "111");
-  EXPECT_EQ(Get(kept, "MainWidth"), "<none>");
-  EXPECT_EQ(Get(kept, "Path"), "/last");
-}
-
-TEST(Settings, ASecondStartFindsWhatTheFirstLeftInTheFile) {
-  testing::TempDir dir;
-  const std::string project = testing::WriteTestProject(dir.Make("P.qvc"));
-  platform::FileSettingsStore store(dir.path() / "config");
-  {
-    testing::TestFrame t;
-    t.frame.Globals().AppPath = "/opt/q/";
-    LoadStartupSettings(store, t.frame, {28800, 16200});
-    t.frame.OpenProject(project);
-    t.frame.Placement.Left = 600;
-    t.frame.Globals().LastPath = dir.path().string();
-    EXPECT_TRUE(MDIForm_Unload(t.frame, store));
-    EXPECT_TRUE(t.frame.Devices().empty());
-  }
-  testing::TestFrame t;
-  LoadStartupSettings(store, t.frame, {1, 1});
-  // The closed window's project went to the head of the list, the sample after it.
-  EXPECT_EQ(t.frame.Globals().RecentFiles, (List{project, "/opt/q/Coriolis.qvc"}));
-  EXPECT_EQ(t.frame.Globals().RecentSessions, List{"/opt/q/Coriolis.qvs"});
-  EXPECT_EQ(t.frame.Placement, (WindowPlacement{600, 2700, 19200, 10800}));
-  EXPECT_EQ(t.frame.Globals().LastPath, dir.path().string());
 }
 
 }  // namespace

@@ -19,32 +19,16 @@ TEST(DecodeRegisters, ByTypeSignAndWordOrder) {
   } cases[] = {
       {"integer signed", "FF FE", Reg(0), -2},
       {"integer unsigned", "FF FE", Reg(0, kUnsigned), 65534},
-      {"integer hex", "FF FE", Reg(0, kHex), 65534},
-      {"integer high byte first", "12 34", Reg(0), 0x1234},
-      {"integer smallest", "80 00", Reg(0), -32768},
-      {"swap leaves one register alone", "FF FE", Reg(0, kSwapped), -2},
       {"byte hi signed", "80 01", Reg(4), -128},
-      {"byte hi unsigned", "80 01", Reg(4, kUnsigned), 128},
-      {"byte low", "80 01", Reg(5), 1},
       {"byte low signed", "01 80", Reg(5), -128},
-      {"byte low hex", "01 80", Reg(5, kHex), 128},
       {"long", "00 01 00 02", Reg(1), 131073},
       {"long swapped", "00 01 00 02", Reg(1, kSwapped), 65538},
-      {"long minus one", "FF FF FF FF", Reg(1), -1},
       {"long unsigned", "FF FF FF FF", Reg(1, kUnsigned), 4294967295.0},
-      {"long smallest", "00 00 80 00", Reg(1), -2147483648.0},
-      {"long largest", "FF FF 7F FF", Reg(1), 2147483647},
-      {"long hex", "00 00 80 00", Reg(1, kHex), 2147483648.0},
-      {"float", "00 00 3F 80", Reg(2), 1.0},
       {"float swapped", "3F 80 00 00", Reg(2, kSwapped), 1.0},
       {"float pi", "0F DB 40 49", Reg(2), 3.1415927410125732},
-      {"float pi swapped", "40 49 0F DB", Reg(2, kSwapped), 3.1415927410125732},
       {"float ignores unsigned", "00 00 BF 80", Reg(2, kUnsigned), -1.0},
-      {"float infinity", "00 00 7F 80", Reg(2), INFINITY},
-      {"double", "00 00 00 00 00 00 3F F0", Reg(3), 1.0},
       {"double swapped", "3F F0 00 00 00 00 00 00", Reg(3, kSwapped), 1.0},
       {"double pi", "2D 18 54 44 21 FB 40 09", Reg(3), 3.141592653589793},
-      {"double pi swapped", "40 09 21 FB 54 44 2D 18", Reg(3, kSwapped), 3.141592653589793},
       {"double ignores hex", "00 00 00 00 00 00 C0 00", Reg(3, kHex), -2.0},
       {"type without decoding", "12 34", Reg(6), 0},
       {"bit element", "FF FF", Bits(1), 0},
@@ -87,15 +71,10 @@ TEST(DecodeBits, LeastSignificantBitFirst) {
     int first, count;
     double expected;
   } cases[] = {{"three bits", "05", 0, 3, 5},
-               {"offset", "05", 1, 2, 2},
-               {"one coil on", "01", 0, 1, 1},
-               {"one coil off", "FE", 0, 1, 0},
                {"across a byte", "80 01", 7, 2, 3},
                {"sixteen bits", "34 12", 0, 16, 0x1234},
                {"past the data reads 0", "FF", 6, 4, 3},
-               {"none", "FF", 0, 0, 0},
-               {"before the data reads 0", "01", -1, 2, 2},
-               {"far past", "FF", 1000, 4, 0}};
+               {"before the data reads 0", "01", -1, 2, 2}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     EXPECT_EQ(DecodeBits(Hex(c.packed), c.first, c.count), c.expected);

@@ -56,131 +56,67 @@ TEST(FormatNumber, DefaultPictures) {
   ExpectAll({
       // Literals stay at their place even where no digit reaches them.
       {0, "## ##0", " 0"},
-      {12, "## ##0", " 12"},
-      {1234, "## ##0", "1 234"},
-      {-1234, "## ##0", "-1 234"},
       {-12, "## ##0", "- 12"},
       {1234567, "## ##0", "1234 567"},
-      {-32768, "## ##0", "-32 768"},
-      {2147483647, "# ### ### ##0", "2 147 483 647"},
-      {-2147483648.0, "# ### ### ##0", "-2 147 483 648"},
       {5, "# ### ### ##0", "   5"},
       {2.5, "0.00", "2.50"},
-      {0, "0.00", "0.00"},
       {1e21, "0.00", "1000000000000000000000.00"},
-      {0, "0.000 E+00", "0.000 E+00"},
-      {1234.5, "0.000 E+00", "1.235 E+03"},
       {-1234.5, "0.000 E+00", "-1.235 E+03"},
       {9.9996, "0.000 E+00", "1.000 E+01"},
       {1e-300, "0.000 E+00", "1.000 E-300"},
-      {255, "0", "255"},
   });
 }
 
 // Half away from zero on the value the double really holds.
 TEST(FormatNumber, RoundsTheStoredValueHalfAwayFromZero) {
   ExpectAll({
-      {0.125, "0.00", "0.13"},                   // exact tie, away from zero
       {0.625, "0.00", "0.63"},                   // exact tie where ties-to-even would give 0.62
       {1.005, "0.00", "1.00"},                   // stored as 1.00499999999999989...
-      {2.675, "0.00", "2.67"},                   // stored as 2.67499999999999982...
-      {0.5, "0", "1"},                           //
       {-0.5, "0", "-1"},                         //
-      {9.995, "0.00", "9.99"},                   // stored below the tie
       {99.5, "0", "100"},                        // carry into a new digit
       {0.00012345, "0.000 E+00", "1.234 E-04"},  // stored below 1.2345E-04
-      {1.5e-7, "0.0000000", "0.0000001"},        // 1.4999999999999999e-7 is stored: below
       // A negative that rounds to zero shows no sign.
       {-0.001, "0.00", "0.00"},
-      {-0.4, "## ##0", " 0"},
-      {-0.0, "0.00", "0.00"},
       {-0.00001, "0.000 E+00", "-1.000 E-05"},  // scientific keeps the digits
   });
 }
 
 TEST(FormatNumber, PlacesLiteralsGroupingAndPercent) {
   ExpectAll({
-      {0, "#.##", "."},
-      {1.25, "0.0#", "1.25"},
-      {1, "#00000000", "00000001"},
-      {1, "000###", "000001"},
-      {1.2, "0#.0#0#0#0#0", "01.200000000"},
-      {9.8, "#0.#0#0#0#0#", "9.80000000"},
-      {0.17, "#.00", ".17"},
-      {1.7, ".00", "1.70"},
-      {-5, "(##0)", "(-5)"},
       {42, "\"T=\"0\" C\"", "T=42 C"},
       {42, "0\\", "42"},  // a lone trailing backslash escapes nothing
       {42, "0\"unterminated", "42unterminated"},
-      {3, "0 \\0 0", "0 0 3"},  // an escaped 0 is no digit place
-      {5, "0.0.0", "5.0.0"},    // only the first point is the decimal point
-      {5, "abc", "abc"},        // no digit places: no number
-      {1234567, "#,##0", "1,234,567"},
-      {-1234.5, "#,##0.00", "-1,234.50"},
-      {5, "0,000", "0,005"},
-      {1, "0,000,000,000", "0,000,000,001"},
+      {5, "abc", "abc"},             // no digit places: no number
       {1234567, "#,##0,", "1,235"},  // a comma closing the integer places divides by 1000
-      {1234567, "0,,.00", "1.23"},
-      {7, ",0", ",7"},  // a comma before any place is a literal
       {0.125, "0.0%", "12.5%"},
       {0.5, "0\\%", "1%"},  // an escaped percent does not scale
-  });
-}
-
-TEST(FormatNumber, ScientificPictures) {
-  ExpectAll({
-      {1.7, "0.0000e-1", "1.7000e01"},  // digits after the exponent's zeros are literal
-      {1.73245, "0.0000E+000", "1.7325E+000"},
-      {4.500001e45, "#000.0000e+0", "4500.0010e+42"},
-      {123, "0.00E-00", "1.23E02"},
-      {123, "00.0E+0", "12.3E+1"},
-      {0, "#.00E+00", ".00E+00"},
-      {5, "E+0", "E+5"},  // no digit place before it: literal text
   });
 }
 
 TEST(FormatNumber, Sections) {
   const char* three = "\"pos\";\"neg\";\"zero\"";
   ExpectAll({
-      {1, three, "pos"},
       {-1, three, "neg"},
-      {0, three, "zero"},
       {-1.5, "0.00;(0.00)", "(1.50)"},  // the negative section shows no sign of its own
       {-5, "0;;\\Z\\e\\r\\o", "-5"},    // an empty section falls back to the first
-      {0, "0;;\\Z\\e\\r\\o", "Zero"},
-      {0, "0;-0;", "0"},
-      {-2, "0\";\";\"n\"0", "n2"},  // a quoted ';' does not split
-      {-2, "0\\;x;n0", "n2"},       // nor an escaped one
-      {3, ";x", "3"},               // an empty first section is the general form
-      {-3, "0;(0);z;extra", "(3)"},
+      {-2, "0\";\";\"n\"0", "n2"},      // a quoted ';' does not split
+      {3, ";x", "3"},                   // an empty first section is the general form
   });
 }
 
 TEST(FormatNumber, GeneralNumberAndNamedFormats) {
   ExpectAll({
-      {0, "", "0"},
-      {-0.0, "", "0"},
-      {1234.5, "", "1234.5"},
       {1e15, "", "1E+15"},
       {1.5e-5, "", "1.5E-05"},
-      {123456789012345, "", "123456789012345"},
       {0.1 + 0.2, "", "0.3"},
-      {1.0 / 3, "", "0.333333333333333"},
       {2.0 / 3, "", "0.666666666666667"},
       {999999999999999.9, "", "1E+15"},
-      {-1.25e-100, "", "-1.25E-100"},
-      {4294967295.0, "", "4294967295"},
-      {3.4028234663852886e38, "", "3.40282346638529E+38"},
-      {1234.5, "General Number", "1234.5"},
       {0.5, "general number", "0.5"},
-      {1234.5, "Fixed", "1234.50"},
       {-0.125, "Fixed", "-0.13"},
       {1234.5, "Standard", "1,234.50"},
       {0.5, "Percent", "50.00%"},
       {1234.5, "Scientific", "1.23E+03"},
       {2, "Yes/No", "Yes"},
-      {0, "Yes/No", "No"},
-      {0, "On/Off", "Off"},
       {1, "Fixed ", "Fixed "},  // not a name: a picture of literals
   });
 }
@@ -209,17 +145,11 @@ TEST(FormatTimeOfDay, SecondsAsTimeOfDay) {
     double seconds;
     const char* expected;
   } cases[] = {
-      {0, "00:00:00"},
       {3661, "01:01:01"},
-      {43200, "12:00:00"},
-      {86399, "23:59:59"},
       {86400, "00:00:00"},
-      {90000, "01:00:00"},  // wraps at a day
-      {59.4, "00:00:59"},   // nearest second
       {59.5, "00:01:00"},
-      {86399.5, "00:00:00"},  // rounding up past midnight wraps too
-      {-21600, "06:00:00"},   // -0.25 day: the time of the fraction's size
-      {-90000, "01:00:00"},
+      {86399.5, "00:00:00"},            // rounding up past midnight wraps too
+      {-21600, "06:00:00"},             // -0.25 day: the time of the fraction's size
       {2958465.5 * 86400, "12:00:00"},  // last day of the date range
       {-657434.5 * 86400, "12:00:00"},  // first day of the date range
   };

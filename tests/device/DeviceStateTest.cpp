@@ -11,14 +11,10 @@
 namespace quorvel::testing {
 namespace {
 
-constexpr std::int32_t kNever = frmQuorvel::kNever;
-
 class DeviceState : public ::testing::Test {
  protected:
-  // A one-shot write first, so that the first periodic request is not the first in the list.
-  std::unique_ptr<frmQuorvel> NewWindow(bool polled = false) {
+  std::unique_ptr<frmQuorvel> NewWindow() {
     TestProject p;
-    if (polled) p.requests = {WriteOne(100, 7), Read(3, 0, 4, 500), Read(3, 10, 2, 200)};
     auto window = std::make_unique<frmQuorvel>(host);
     Load(*window, p);
     return window;
@@ -39,30 +35,6 @@ class DeviceState : public ::testing::Test {
 
   FakeHost host;
 };
-
-TEST_F(DeviceState, ChoosingAPortMovesTheClaimAndMarksTheSession) {
-  auto w = NewWindow();
-  w->mnuCOM_Click(3);
-  EXPECT_EQ(Checked(*w), "3");
-  EXPECT_EQ(Claim(3), "1 users, mode 1, 0 connected");
-  w->mnuCOM_Click(5);
-  EXPECT_EQ(Checked(*w), "5");
-  EXPECT_EQ(Claim(3), "0 users, mode 0, 0 connected");
-  w->mnuCOM_Click(5);  // the checked port again releases it
-  EXPECT_EQ(w->COM(), 0);
-  EXPECT_EQ(Checked(*w), "");
-  EXPECT_EQ(Claim(5), "0 users, mode 0, 0 connected");
-  // Neither the same mode again nor items outside the menus change the session.
-  w->mnuMode_Click(kMaster);
-  w->mnuMode_Click(0);
-  w->mnuCOM_Click(17);
-  EXPECT_EQ(host.sessionChanges, 3);
-  for (std::int16_t n : {0, 17, -1, 300}) {
-    w->SetCOM(2);
-    w->SetCOM(n);
-    EXPECT_EQ(Checked(*w) + Claim(2), "0 users, mode 0, 0 connected") << n;
-  }
-}
 
 TEST_F(DeviceState, MastersShareAPortOtherModesNeedItAlone) {
   auto a = NewWindow();
@@ -96,46 +68,6 @@ TEST_F(DeviceState, MastersShareAPortOtherModesNeedItAlone) {
   EXPECT_EQ(Claim(3), "1 users, mode 2, 0 connected");
 }
 
-// Connecting, or switching AutoEnable (in every mode, so that a window that
-// turns Master later polls only when enabled), schedules the periodic requests.
-TEST_F(DeviceState, ConnectingAndAutoEnableSchedule) {
-  struct Case {
-    bool command;  // the AutoEnable command, else connecting
-    std::int16_t mode;
-    bool autoEnable, queued;  // AutoEnable afterwards
-    std::int32_t window, periodic;
-  };
-  for (const Case& c : {Case{false, kMaster, true, false, 0, 0}, Case{false, kMaster, false, false, kNever, 0},
-                        Case{false, kMaster, false, true, -1000, 0}, Case{false, kMaster, true, true, -1000, 0},
-                        Case{false, kSlave, true, false, 777, 555}, Case{true, kMaster, false, false, kNever, kNever},
-                        Case{true, kMaster, true, false, 0, 0}, Case{true, kMaster, false, true, -1000, kNever},
-                        Case{true, kMaster, true, true, -1000, 0}, Case{true, kSlave, false, false, kNever, kNever}}) {
-    SCOPED_TRACE(::testing::Message() << (c.command ? "command" : "connect") << " mode " << c.mode << " AutoEnable "
-                                      << c.autoEnable << " queued " << c.queued);
-    auto w = NewWindow(true);
-    w->SetMode(c.mode);
-    w->SetAutoEnable(c.command ? !c.autoEnable : c.autoEnable);
-    if (c.command) w->SetConnected(true);
-    w->SetNextTime(777);
-    for (const auto& r : w->Requests) r->SetNextTime(555);
-    if (c.queued) w->PendingRequests.push_back(w->Requests[0]);
-    if (c.command) {
-      w->mnuAutoEnable_Click();
-      EXPECT_EQ(w->menus.mnuAutoEnable.Checked, c.autoEnable);
-    } else {
-      w->SetConnected(true);
-    }
-    EXPECT_EQ(w->NextTime(), c.window);
-    EXPECT_EQ(w->Requests[1]->NextTime(), c.periodic);
-    EXPECT_EQ(w->Requests[2]->NextTime(), c.periodic);
-    if (c.command) {
-      EXPECT_EQ(w->Requests[0]->NextTime(), 555) << "a one-shot request is not rescheduled";
-    } else if (c.mode == kMaster) {
-      EXPECT_EQ(w->CurrentRequest, w->Requests[1]);
-    }
-  }
-}
-
 TEST_F(DeviceState, MenuCaptionsFollowModeAndConnection) {
   auto w = NewWindow();
   w->mnuConnect_Click();
@@ -160,27 +92,6 @@ TEST_F(DeviceState, MenuCaptionsFollowModeAndConnection) {
   EXPECT_FALSE(w->menus.mnuMode[2].Enabled);
   w->SetCOM(0);
   EXPECT_TRUE(w->menus.mnuMode[2].Enabled);
-}
-
-TEST_F(DeviceState, UnloadingGivesBackThePort) {
-  auto a = NewWindow();
-  auto b = NewWindow();
-  a->SetCOM(3);
-  b->SetCOM(3);
-  a->SetConnected(true);
-  b->SetConnected(true);
-  a->Form_Unload();
-  EXPECT_EQ(Claim(3), "1 users, mode 1, 1 connected");
-  EXPECT_EQ(host.openComCalls, 1);
-  b->SetConnected(false);
-  b->Form_Unload();
-  EXPECT_EQ(Claim(3), "0 users, mode 0, 0 connected");
-  EXPECT_EQ(host.openComCalls, 1) << "a window that was not connected has no port to close";
-
-  frmQuorvel none(host);
-  EXPECT_FALSE(none.SetProjectFile("/nonexistent/quorvel/none.qvc"));
-  EXPECT_EQ(none.ProjectFile(), "");
-  EXPECT_EQ(host.boxes, std::vector<std::string>{"Path not found: /nonexistent/quorvel/none.qvc"});
 }
 
 }  // namespace

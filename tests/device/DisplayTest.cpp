@@ -45,12 +45,8 @@ TEST(Caption, NamesProjectModeAddressAndPort) {
        "Coriolis Master ID:1 Connected: COM1  9600-1-n-8 RTU"},
       {kMaster, 1, 4, PortEntry::kNotAvailable, false, 19200, 2, 2, false, false,
        "Coriolis Master ID:1 Not available: COM4  19200-2-e-8 RTU"},
-      {kSlave, 17, 16, PortEntry::kNotAvailable, true, 9600, 0, 0, false, false,
-       "Coriolis Slave ID:17 Not available: COM16  9600-1-n-8 RTU"},
       {kSlave, 247, 2, PortEntry::kClosed, true, 1200, 0, 1, true, false,
        "Coriolis Slave ID:247 COM2  1200-1-o-7 ASCII"},
-      {kMonitor, 1, 2, PortEntry::kOpen, false, 38400, 0, 0, true, true,
-       "Coriolis Monitor ID:1 COM2  38400-1-n-8 ASCII"},
       // One and a half stop bits and mark parity have no mark of their own.
       {kMaster, 3, 5, PortEntry::kOpen, true, 4800, 1, 3, false, false,
        "Coriolis Master ID:3 Connected: COM5  48008 RTU"},
@@ -124,9 +120,7 @@ TEST(Statistics, MasterLineSumsAllErrorsAndListsTheCountedOnes) {
     const char* line;
   };
   const Case cases[] = {
-      {{Good}, " rQ:0 Err:0"},
       {{Timeout, Ex2, Timeout, Timeout}, " rQ:0 Err:4 TOErr:3 Ex2:1"},
-      {{Parity, Frame, Frame}, " rQ:0 Err:3 FrErr:2 PtyErr:1"},
       {{Ex3, Data, Crc, Ex1, Timeout, Frame, Parity, Good},
        " rQ:0 Err:7 TOErr:1 DtErr:1 FrErr:1 PtyErr:1 CRCErr:1 Ex1:1 Ex3:1"},
   };
@@ -142,27 +136,6 @@ TEST(Statistics, MasterLineSumsAllErrorsAndListsTheCountedOnes) {
     EXPECT_EQ(w->lblStatistic(), " rQ:0 Err:0");
     EXPECT_EQ(w->Counters(), MODBUS::TrafficCounters{});
   }
-}
-
-TEST(Statistics, SlaveLineCountsRequestsAndExceptionsOnly) {
-  FakeHost host;
-  auto w = NewWindow(host);
-  Happen(*w, Event::Timeout);  // a Master-side count, not shown for a Slave
-  w->SetMode(kSlave);
-  const std::vector<std::vector<std::uint8_t>> requests = {
-      {1, 3, 0, 0, 0, 1},    // served
-      {1, 3, 0, 100, 0, 1},  // no such register
-      {1, 3, 0, 50, 0, 1},   // nor this one
-      {1, 3, 0, 0, 0, 0},    // no quantity
-      {1, 0x41, 0, 0, 0, 0}  // no such function
-  };
-  for (auto request : requests) {
-    request.resize(299);
-    w->DoResponce(request, 6);
-  }
-  EXPECT_EQ(w->lblStatistic(), " rQ:5 Err:4 Ex1:1 Ex2:2 Ex3:1");
-  w->mnuClearCounters_Click();
-  EXPECT_EQ(w->lblStatistic(), " rQ:0 Err:0");
 }
 
 }  // namespace

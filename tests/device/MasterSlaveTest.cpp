@@ -43,16 +43,5 @@ TEST(MasterSlave, MasterShowsWhatTheSlaveEmulates) {
   EXPECT_NE(master.Caption().find("Connected: COM1  9600-1-n-8 RTU"), std::string::npos) << master.Caption();
 }
 
-TEST(MasterSlave, SilentPeerGivesTimeouts) {
-  Bench bench;
-  frmQuorvel& master = bench.Open(1, kMaster);
-  bench.Connect(master);
-  bench.Run(5000);
-  const auto& c = master.Counters();
-  EXPECT_GT(c.TOErr, 2);
-  EXPECT_EQ(c.TOErr, c.RequestCount - (bench.frame.Port(1).Busy ? 1 : 0));
-  EXPECT_NE(master.lblStatistic().find(" TOErr:"), std::string::npos);
-}
-
 }  // namespace
 }  // namespace quorvel::testing

@@ -1,6 +1,5 @@
-// How values reach the panel's elements: from a response, from a mode change,
-// and from the slave emulation's moving values; and which addresses the panel
-// covers.
+// How values reach the panel's elements: from a response, and from the slave
+// emulation's moving values.
 
 #include <gtest/gtest.h>
 
@@ -62,8 +61,7 @@ TEST(StoreResponseData, RegistersGoToTheElementsOfTheRequestsTable) {
     bool holding;
     bool input;
   };
-  for (const Case& c : {Case{3, true, false}, Case{23, true, false}, Case{4, false, true}, Case{6, false, false},
-                        Case{16, false, false}, Case{5, false, false}, Case{0, false, false}}) {
+  for (const Case& c : {Case{3, true, false}, Case{4, false, true}, Case{16, false, false}}) {
     SCOPED_TRACE(c.func);
     FakeHost host;
     auto w = NewWindow(host, Registers());
@@ -87,65 +85,6 @@ TEST(StoreResponseData, RegistersGoToTheElementsOfTheRequestsTable) {
   }
 }
 
-TEST(StoreResponseData, BitsCountFromTheFirstDataByteLowestAddressLeastSignificant) {
-  TestProject p;
-  p.elements = {
-      Box(0x20300064, kUnset),  // 0: coils 100..103
-      Box(0x20000067, kUnset),  // 1: coil 103
-      Box(0x2010006B, kUnset),  // 2: coils 107..108, across the byte boundary
-      Box(0x2020006C, kUnset),  // 3: coils 108..110
-      Box(0x20000063, kUnset),  // 4: before the block
-      Box(0x20000074, kUnset),  // 5: coil 116, after the block
-      Box(0x30300064, kUnset),  // discrete inputs 100..103
-  };
-  // Bits of 100..115: 1 1 0 1 0 0 0 1 | 0 1 0 0 0 0 0 0
-  const std::vector<std::uint8_t> frame = {1, 1, 2, 0x8B, 0x02};
-  struct Case {
-    std::int32_t func;
-    bool coils;
-    bool discrete;
-  };
-  for (const Case& c : {Case{1, true, false}, Case{2, false, true}, Case{3, false, false}}) {
-    SCOPED_TRACE(c.func);
-    FakeHost host;
-    auto w = NewWindow(host, p);
-    Store(*w, Request(c.func, 100, 16), frame);
-    const auto coil = [&](std::size_t i) { return At(*w, Table::Coil, i).Data(); };
-    EXPECT_EQ(At(*w, Table::Discrete, 0).Data(), c.discrete ? 11 : kUnset);
-    if (c.coils) {
-      EXPECT_EQ(coil(0), 11);
-      EXPECT_EQ(coil(1), 1);
-      EXPECT_EQ(coil(2), 1);
-      EXPECT_EQ(coil(3), 2);
-    } else {
-      for (std::size_t i = 0; i < 4; ++i) EXPECT_EQ(coil(i), kUnset);
-    }
-    EXPECT_EQ(coil(4), kUnset);
-    EXPECT_EQ(coil(5), kUnset);
-  }
-}
-
-TEST(ResetPanel, SlaveShowsDefaultsOtherModesClear) {
-  FakeHost host;
-  TestProject p;
-  p.elements = {Box(0x0000000A, 42, "0"), Box(0x10200007, 1.5, "0.00")};
-  auto w = NewWindow(host, p);
-  const auto labels = [&] {
-    return std::vector<std::string>{At(*w, Table::Holding, 0).rCtrl()->Caption(),
-                                    At(*w, Table::InputReg, 0).rCtrl()->Caption()};
-  };
-  using Labels = std::vector<std::string>;
-  // A fresh Master panel names each box's address until values arrive.
-  EXPECT_EQ(labels(), (Labels{"HR0010", "IR0007"}));
-  w->SetMode(kSlave);
-  EXPECT_EQ(labels(), (Labels{"42", "1.50"}));
-  w->SetMode(kMonitor);
-  EXPECT_EQ(labels(), (Labels{"", ""}));
-  w->SetMode(kSlave);
-  w->SetMode(kMaster);
-  EXPECT_EQ(labels(), (Labels{"", ""}));
-}
-
 TEST(EmulatedValueStep, StepsOrRampsThroughThePeriodInThirds) {
   constexpr std::int32_t kPeriod = 300;
   struct Case {
@@ -156,16 +95,12 @@ TEST(EmulatedValueStep, StepsOrRampsThroughThePeriodInThirds) {
   };
   const Case cases[] = {
       {1000, 0, 0, 5},
-      {1000, 50, 15, 5},
       {1000, 99, 29.7, 5},
       {1000, 100, 30, 6},
-      {1000, 150, -15, 6},
       {1000, 200, -60, 6},
       {1000, 201, -59.4, 7},
-      {1000, 250, -30, 7},
       {1000, 299, -0.6, 7},
       {1000, 300, 0, 5},
-      {1000, 950, 15, 5},
       // Across the tick counter's wrap into negative values.
       {2147483600, 100, 30, 6},
       {2147483600, 250, -30, 7},

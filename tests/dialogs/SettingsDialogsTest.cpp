@@ -177,20 +177,5 @@ TEST_F(SettingsDialog, OkValidatesTheAddressAndClampsTheRest) {
   }
 }
 
-TEST_F(SettingsDialog, EscapeAndDeactivationDropTheWindow) {
-  dialog.ID(window);
-  dialog.Form_Activate();
-  EXPECT_EQ(dialog.tbID_SelLength, 100);
-  dialog.tbID = "5";
-  dialog.Form_Deactivate();
-  dialog.cmdOK_Click();
-  EXPECT_EQ(window.ID(), 1) << "no window, nothing applied";
-  dialog.ID(window);
-  dialog.tbID = "5";
-  dialog.Form_KeyDown(27);
-  EXPECT_FALSE(dialog.Visible);
-  EXPECT_EQ(window.ID(), 1);
-}
-
 }  // namespace
 }  // namespace quorvel::testing

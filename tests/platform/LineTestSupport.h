@@ -4,7 +4,6 @@
 // ends after `timeoutMs` at the latest, so a fault fails a test instead of
 // hanging it.
 
-#include <poll.h>
 #include <stdlib.h>
 #include <time.h>
 #include <unistd.h>
@@ -33,19 +32,6 @@ inline std::vector<std::uint8_t> ReadLine(SerialLine& line, std::size_t count, i
     if (r.status != IoStatus::Ok) break;
     got.insert(got.end(), buffer, buffer + r.count);
     if (r.count == 0) SleepMs(1);
-  }
-  return got;
-}
-
-// Reads from a descriptor until `count` bytes have come or nothing comes for `timeoutMs`.
-inline std::vector<std::uint8_t> ReadFd(int fd, std::size_t count, int timeoutMs = 2000) {
-  std::vector<std::uint8_t> got;
-  std::uint8_t buffer[4096];
-  pollfd p{fd, POLLIN, 0};
-  while (got.size() < count && poll(&p, 1, timeoutMs) > 0) {
-    const ssize_t n = read(fd, buffer, std::min(sizeof buffer, count - got.size()));
-    if (n <= 0) break;
-    got.insert(got.end(), buffer, buffer + n);
   }
   return got;
 }

@@ -1,9 +1,7 @@
-// Why a port did not open: the texts, and the facts gathered from the system.
+// Why a port did not open, as the user reads it.
 
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
-#include <unistd.h>
 #include <cerrno>
 
 #include "platform/OpenFailure.h"
@@ -50,25 +48,6 @@ INSTANTIATE_TEST_SUITE_P(
         TextCase{4,
                  {OpenCause::Other, EIO, "/dev/ttyS3", std::nullopt, "", false},
                  "Can not open COM4\nCOM4 is /dev/ttyS3: Input/output error."}));
-
-TEST(OpenFailure, FindsTheProcessHoldingADevice) {
-  // /dev/null is a character device nobody minds this test holding.
-  const int fd = open("/dev/null", O_RDONLY | O_CLOEXEC);
-  ASSERT_GE(fd, 0);
-  const auto holder = FindPortHolder("/dev/null");
-  close(fd);
-  ASSERT_TRUE(holder.has_value());
-  EXPECT_GT(holder->pid, 0);
-  EXPECT_FALSE(FindPortHolder("/dev/quorvel-no-such-device").has_value());
-}
-
-TEST(OpenFailure, PermissionDeniedNamesTheDevicesGroup) {
-  const OpenFailure f = DescribeOpenFailure("/dev/null", EACCES);  // group root
-  EXPECT_EQ(f.cause, OpenCause::PermissionDenied);
-  EXPECT_EQ(f.group, "root");
-  EXPECT_EQ(DescribeOpenFailure("/dev/null", EPERM).cause, OpenCause::PermissionDenied);
-  EXPECT_EQ(DescribeOpenFailure("/dev/x", ENODEV).cause, OpenCause::NoSuchDevice);
-}
 
 }  // namespace
 }  // namespace quorvel::platform

@@ -4,9 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <set>
 
-#include "convert/AddressCode.h"
 #include "project/CodePage.h"
 #include "project/Panel.h"
 #include "project/ProjectJson.h"
@@ -27,12 +25,6 @@ class CoriolisSample : public ::testing::Test {
     ASSERT_TRUE(load_.ok);
   }
 
-  std::vector<AddressCode> Codes(const ElementCollection& c) const {
-    std::vector<AddressCode> codes;
-    for (const auto& filed : c) codes.emplace_back(filed.element->Address());
-    return codes;
-  }
-
   Panel panel_;
   ProjectLoad load_;
 };
@@ -46,37 +38,6 @@ TEST_F(CoriolisSample, LoadsWithoutAFailedStep) {
   EXPECT_FALSE(load_.InputRegElements.empty());
   ASSERT_EQ(panel_.Count("Img"), 1);
   EXPECT_TRUE(panel_.FindControl("Img", 1)->Picture());
-}
-
-TEST_F(CoriolisSample, OffersUserWritesWithTheDataTheirFramesNeed) {
-  std::set<int> controls, funcs;
-  for (const auto& r : load_.Requests) {
-    if (r->Control() == 0) continue;
-    controls.insert(r->Control());
-    funcs.insert(r->Func());
-    std::size_t bytes = 0;
-    switch (r->Func()) {
-      case 5:
-      case 6:
-        bytes = 2;
-        break;
-      case 15:
-        bytes = (r->WriteQnt() + 7) / 8;
-        break;
-      case 22:
-        bytes = 4;
-        break;
-      default:
-        bytes = 2 * r->WriteQnt();
-    }
-    EXPECT_EQ(r->Data().size(), bytes) << r->Label();
-    EXPECT_FALSE(r->Label().empty());
-  }
-  EXPECT_TRUE(controls.contains(1));
-  EXPECT_TRUE(controls.contains(2));
-  EXPECT_TRUE(funcs.contains(22));
-  EXPECT_TRUE(funcs.contains(23));
-  EXPECT_FALSE(load_.file.MenuCaption1.empty());
 }
 
 }  // namespace

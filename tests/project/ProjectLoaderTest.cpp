@@ -158,44 +158,6 @@ TEST(ProjectLoaderTest, SearchesOnlyTheFirst256BytesOfALongHeader) {
   EXPECT_FALSE(Load(HeadBytes({0, 0, 0, 0}, late), none).ok);
 }
 
-TEST(ProjectLoaderTest, EmptySectionsGiveAnEmptyProject) {
-  for (const std::vector<int>& sections : std::vector<std::vector<int>>{{2, 2, 0, 0}, {}, {0}, {-5, -7, -1, -1}}) {
-    Bytes out = HeadBytes(sections);
-    if (!sections.empty() && sections[0] == 2) {
-      out.append(ElementBytes(Element{})).append(ElementBytes(Element{}));
-    }
-    Panel panel;
-    const ProjectLoad load = Load(out, panel);
-    EXPECT_TRUE(load.ok);
-    EXPECT_EQ(load.failedSteps, 0);
-    EXPECT_TRUE(panel.Controls().empty());
-    EXPECT_TRUE(load.Requests.empty());
-  }
-}
-
-TEST(ProjectLoaderTest, IgnoresSectionEntriesBeyondTheFourth) {
-  Bytes out = HeadBytes({0, 0, 1, 0, 99, -3});
-  out.append(RequestBytes(Request{.label = "only"}));
-  Panel panel;
-  const ProjectLoad load = Load(out, panel);
-  EXPECT_EQ(load.failedSteps, 0);
-  ASSERT_EQ(load.Requests.size(), 1u);
-  EXPECT_EQ(WriteProject(load.file), out.b);
-}
-
-TEST(ProjectLoaderTest, WritesASoundFileBackByteForByte) {
-  Bytes withTail = SampleProject();
-  withTail.chars("tail");
-  for (const Bytes& bytes : {SampleProject(), withTail}) {
-    Panel panel;
-    const ProjectLoad load = Load(bytes, panel);
-    EXPECT_EQ(load.failedSteps, 0);
-    EXPECT_EQ(WriteProject(load.file), bytes.b);
-  }
-}
-
-// Whatever the point at which a file ends, it loads, and every record that
-// lies wholly before that point is read as in the whole file.
 TEST(ProjectLoaderTest, KeepsWhatWasReadWhenTheFileEndsEarly) {
   const Bytes whole = SampleProject();
   Panel wholePanel;
@@ -239,10 +201,6 @@ TEST(ProjectLoaderTest, LoadsFromDiskAndNamesTheFile) {
   EXPECT_EQ(load.title, "Pump.qvc");
   EXPECT_EQ(load.Requests.size(), 3u);
 
-  Panel folder;
-  const ProjectLoad dirLoad = LoadProject(dir.string(), folder, CodePage::Default());
-  EXPECT_FALSE(dirLoad.ok);
-  EXPECT_EQ(dirLoad.messages, (std::vector<std::string>{"Unknown file format: " + dir.string()}));
   std::filesystem::remove_all(dir);
   Panel none;
   const std::string missing = (dir / "none.qvc").string();

@@ -1,6 +1,6 @@
-// The port object as a master: opening, sending, the transmit time and
-// response deadline, how the answer's length and gaps decide its result
-// code, and a whole transaction against a port object emulating the slave.
+// The port object as a master: the transmit time and response deadline, how
+// the answer's length and gaps decide its result code, and a whole
+// transaction against a port object emulating the slave.
 
 #include <gtest/gtest.h>
 
@@ -13,7 +13,6 @@ using platform::End;
 
 const Bytes kRequest = {0x01, 0x03, 0x00, 0x00, 0x00, 0x02, 0xC4, 0x0B};
 const Bytes kAnswer = {0x01, 0x03, 0x04, 0x00, 0x0A, 0x00, 0x14, 0xDA, 0x3E};
-const std::string kAsciiRequest = ":010300000002FA\r\n";
 const std::string kAsciiAnswer = ":010304000A0014DA\r\n";
 
 void RunUntilAnswered(SerialBench& bench, const FakeWindow& window, std::size_t answers = 1) {
@@ -23,29 +22,12 @@ void RunUntilAnswered(SerialBench& bench, const FakeWindow& window, std::size_t 
 
 void SetMs(SerialBench& bench, double ms) { bench.clock.SetNs(static_cast<std::int64_t>(ms * 1e6)); }
 
-TEST(ClsComMasterTest, FramingDecidesDataBitsAndBufferSize) {
-  struct Row {
-    bool ascii, ascii8bits;
-    int dataBits;
-    std::size_t bufferSize;
-  };
-  for (const Row row : {Row{false, false, 8, 299}, Row{true, false, 7, 599}, Row{true, true, 8, 599}}) {
-    SerialBench bench;
-    bench.ports[1].ASCII = row.ascii;
-    bench.ports[1].ASCII8bits = row.ascii8bits;
-    clsCOM* port = bench.Open(1);
-    ASSERT_NE(port, nullptr);
-    EXPECT_EQ(bench.wire->SettingsOf(End::A).dataBits, row.dataBits);
-    EXPECT_EQ(port->Buffer().size(), row.bufferSize);
-  }
-}
-
 TEST(ClsComMasterTest, DeadlineCountsFromTheEndOfTransmission) {
   struct Row {
     std::uint32_t baud;
     double transmitMs;  // round(8 characters * 11 bits / baud)
   };
-  for (const Row row : {Row{9600, 9}, Row{19200, 5}, Row{300, 293}}) {
+  for (const Row row : {Row{9600, 9}, Row{300, 293}}) {
     SCOPED_TRACE(row.baud);
     SerialBench bench;
     bench.ports[1].dcb.BaudRate = row.baud;
@@ -81,9 +63,9 @@ TEST(ClsComMasterTest, AnswerLengthAndGapsDecideTheCode) {
     std::int32_t code, length;
   };
   const Row rows[] = {
-      {0, 0, 9, 1, 9},   {0, 0, 7, 4, 7}, {0, 0, 11, 4, 11}, {5, 20, 9, 1, 9},  // 5 ms is raised to the port's 32 ms
-      {5, 40, 9, 4, 4},                                                         // and a 40 ms gap ends the frame
-      {80, 60, 9, 1, 9},                                                        // a longer gap asked for is kept
+      {0, 0, 7, 4, 7},   {0, 0, 11, 4, 11}, {5, 20, 9, 1, 9},  // 5 ms is raised to the port's 32 ms
+      {5, 40, 9, 4, 4},                                        // and a 40 ms gap ends the frame
+      {80, 60, 9, 1, 9},                                       // a longer gap asked for is kept
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(testing::Message() << row.interval << " ms, gap " << row.gapMs << ", " << row.sent << " bytes");
@@ -104,59 +86,6 @@ TEST(ClsComMasterTest, AnswerLengthAndGapsDecideTheCode) {
     EXPECT_EQ(window.answers[0].frame, Bytes(answer.begin(), answer.begin() + row.length));
     EXPECT_EQ(window.answers[0].bufferSize, 299U);
   }
-}
-
-TEST(ClsComMasterTest, AsciiAnswerStartsAtItsLastColon) {
-  SerialBench bench;
-  bench.ports[1].ASCII = true;
-  bench.Open(1);
-  FakeWindow& window = bench.AddWindow(1, 1);
-  auto peer = Peer(bench);
-  ASSERT_TRUE(bench.Send(window, ReadHolding(0, 2)));
-  EXPECT_EQ(ReadAll(*peer), Text(kAsciiRequest));
-  bench.Run(20);
-  bench.wire->SetTiming(End::B, {0, 3, 2, false});
-  peer->Write(Text("\x13zz:01\r" + kAsciiAnswer));
-  RunUntilAnswered(bench, window);
-  EXPECT_EQ(window.answers[0].code, 1);
-  EXPECT_EQ(window.answers[0].length, 19);
-  EXPECT_EQ(window.answers[0].frame, Text(kAsciiAnswer));
-}
-
-TEST(ClsComMasterTest, AnswerGoesToTheFirstWindowWaitingOnThePort) {
-  SerialBench bench;
-  bench.Open(1);
-  FakeWindow& otherPort = bench.AddWindow(2, 1);
-  FakeWindow& idle = bench.AddWindow(1, 1);
-  FakeWindow& first = bench.AddWindow(1, 2);
-  FakeWindow& second = bench.AddWindow(1, 3);
-  otherPort.waiting = second.waiting = true;
-  ASSERT_TRUE(bench.Send(first, ReadHolding(0, 2)));
-  RunUntilAnswered(bench, first);
-  EXPECT_TRUE(otherPort.answers.empty() && idle.answers.empty() && second.answers.empty());
-}
-
-TEST(ClsComMasterTest, WindowCanWaitOnAfterSomeoneElsesAnswer) {
-  SerialBench bench;
-  clsCOM* port = bench.Open(1);
-  FakeWindow& window = bench.AddWindow(1, 1);
-  auto peer = Peer(bench);
-  window.onAnswer = [&] {
-    if (window.answers.size() > 1) return;
-    window.waiting = true;
-    bench.ports[1].Busy = true;
-    port->WaitResponce();
-  };
-  ASSERT_TRUE(bench.Send(window, ReadHolding(0, 2), 500));
-  bench.Run(12);
-  peer->Write(Bytes{0x09, 0x03, 0x00});
-  RunUntilAnswered(bench, window);
-  EXPECT_TRUE(bench.ports[1].Busy);
-  EXPECT_EQ(port->State(), clsCOM::kWaitingFirst);
-  peer->Write(kAnswer);
-  RunUntilAnswered(bench, window, 2);
-  EXPECT_EQ(window.answers[1].code, 1);
-  EXPECT_FALSE(bench.ports[1].Busy);
 }
 
 TEST(ClsComMasterTest, WholeTransactionWithAnEmulatedSlave) {

@@ -35,7 +35,6 @@ struct FakeWindow final : DeviceLink {
   std::vector<Bytes> requests;  // message bytes handed to DoResponce
   std::vector<Bytes> heard;
   std::function<void(std::span<std::uint8_t>, std::int32_t)> onRequest;
-  std::function<void()> onAnswer;
 
   std::int16_t COM() const override { return com; }
   std::uint8_t ID() const override { return id; }
@@ -46,38 +45,12 @@ struct FakeWindow final : DeviceLink {
     const auto n = static_cast<std::size_t>(std::clamp<std::int64_t>(length, 0, std::ssize(buffer)));
     answers.push_back(
         {code, length, Bytes(buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(n)), buffer.size()});
-    if (onAnswer) onAnswer();
   }
   void DoResponce(std::span<std::uint8_t> buffer, std::int32_t count) override {
     requests.emplace_back(buffer.begin(), buffer.begin() + count);
     if (onRequest) onRequest(buffer, count);
   }
   void FrameHeard(std::span<const std::uint8_t> frame) override { heard.emplace_back(frame.begin(), frame.end()); }
-};
-
-// Passes everything to a memory line and counts the calls, to show how much
-// work the port does per service call.
-class CountingLine final : public platform::SerialLine {
- public:
-  CountingLine(std::unique_ptr<platform::SerialLine> line, int& calls, int& opens)
-      : line_(std::move(line)), calls_(calls), opens_(opens) {}
-  platform::OpenFailure Open(const platform::LineSettings& s) override {
-    ++opens_;
-    return line_->Open(s);
-  }
-  void Close() override { line_->Close(); }
-  bool IsOpen() const override { return line_->IsOpen(); }
-  platform::IoResult Write(std::span<const std::uint8_t> b) override { return ++calls_, line_->Write(b); }
-  platform::IoResult ReadAvailable(std::span<std::uint8_t> b) override { return ++calls_, line_->ReadAvailable(b); }
-  std::size_t BytesAvailable() override { return ++calls_, line_->BytesAvailable(); }
-  std::size_t OutputQueued() override { return ++calls_, line_->OutputQueued(); }
-  void Purge(platform::PurgeWhat w) override { line_->Purge(w); }
-  bool IsGone() const override { return line_->IsGone(); }
-
- private:
-  std::unique_ptr<platform::SerialLine> line_;
-  int& calls_;
-  int& opens_;
 };
 
 class SerialBench : public DeviceDirectory {
@@ -105,8 +78,7 @@ class SerialBench : public DeviceDirectory {
     entry.Port = std::make_unique<clsCOM>(
         entry, *this, clock,
         [this](int n) -> std::unique_ptr<platform::SerialLine> {
-          auto line = std::make_unique<platform::MemoryLine>(wire, n == 2 ? platform::End::B : platform::End::A);
-          return std::make_unique<CountingLine>(std::move(line), lineCalls, openAttempts);
+          return std::make_unique<platform::MemoryLine>(wire, n == 2 ? platform::End::B : platform::End::A);
         },
         [this](const std::string& text) { messages.push_back(text); });
     if (!entry.Port->OpenCOM(com)) entry.Port.reset();
@@ -136,8 +108,6 @@ class SerialBench : public DeviceDirectory {
   std::array<PortEntry, 17> ports;  // by port number; 0 unused
   std::vector<std::unique_ptr<FakeWindow>> windows;
   std::vector<std::string> messages;
-  int lineCalls = 0;
-  int openAttempts = 0;
 };
 
 // A line at the far end of the wire (end B), for raw bytes.
