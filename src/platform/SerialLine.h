@@ -70,6 +70,10 @@ class SerialLine {
 
   // The line went away while open; stays true until it is closed.
   virtual bool IsGone() const = 0;
+
+  // A descriptor that polls readable when bytes have arrived, for an event
+  // loop to wake on; -1 when the line has none (it is then serviced by time).
+  virtual int Descriptor() const { return -1; }
 };
 
 }  // namespace quorvel::platform

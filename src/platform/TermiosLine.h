@@ -33,6 +33,7 @@ class TermiosLine final : public SerialLine {
   [[nodiscard]] OpenFailure Open(const LineSettings& settings) override;
   void Close() override;
   bool IsOpen() const override { return fd_ >= 0; }
+  int Descriptor() const override { return fd_; }
   IoResult Write(std::span<const std::uint8_t> bytes) override;
   IoResult ReadAvailable(std::span<std::uint8_t> into) override;
   std::size_t BytesAvailable() override;

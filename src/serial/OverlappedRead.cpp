@@ -1,6 +1,7 @@
 #include "serial/OverlappedRead.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace quorvel {
 
@@ -40,6 +41,22 @@ OverlappedRead::Progress OverlappedRead::Poll(platform::SerialLine& line, double
   if (!Ended(nowMs)) return Progress::Pending;
   active_ = false;
   return Progress::Complete;
+}
+
+double OverlappedRead::DeadlineMs() const {
+  constexpr double kNever = std::numeric_limits<double>::infinity();
+  if (!active_) return kNever;
+  switch (kind_) {
+    case Kind::AtOnce:
+      return startMs_;
+    case Kind::FirstCharacter:
+      return received_ > 0 ? lastMs_ : startMs_ + totalMs_;
+    case Kind::Timed:
+      break;
+  }
+  double at = totalMs_ > 0 ? startMs_ + totalMs_ : kNever;
+  if (intervalMs_ > 0 && received_ > 0) at = std::min(at, lastMs_ + intervalMs_);
+  return at;
 }
 
 bool OverlappedRead::Ended(double nowMs) const {

@@ -37,6 +37,10 @@ class OverlappedRead {
   // is gone brings nothing, so the read still ends by its time-outs.
   Progress Poll(platform::SerialLine& line, double nowMs);
 
+  // When the running read ends by time if nothing more arrives (ms of the
+  // clock); infinity when only arriving characters can end it, or none runs.
+  double DeadlineMs() const;
+
   void Cancel() { active_ = false; }
   bool Active() const { return active_; }
   std::size_t Received() const { return received_; }

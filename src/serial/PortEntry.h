@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <memory>
 
+#include "serial/LineTiming.h"
+
 namespace quorvel {
 
 class clsCOM;
@@ -51,6 +53,11 @@ struct PortEntry {
   bool ASCII = false;
   bool Busy = false;
   DCB dcb;
+  // Where frames end and when requests may go out; Classic unless chosen.
+  LineTiming Timing = LineTiming::Classic;
+  // The adapter hears what it sends (two-wire RS-485 without echo
+  // cancelling): the port removes its own bytes before it reads a frame.
+  bool Echo = false;
   std::unique_ptr<clsCOM> Port;
 };
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
+#include <limits>
 #include <optional>
 #include <utility>
 
@@ -337,6 +338,29 @@ std::int32_t clsCOM::GatherASCII(std::int32_t& accumulator) {
   }
   accumulator = 0;
   return kNoFrame;
+}
+
+double clsCOM::NextDeadlineMs() const {
+  constexpr double kNever = std::numeric_limits<double>::infinity();
+  if (!line_) return kNever;
+  if (lineLost_) return reopenAtMs_;
+  switch (state_) {
+    case kSending:
+      return static_cast<double>(transmitEnd_);
+    case kWaitingFirst:
+      return static_cast<double>(responseDeadline_);
+    case kReading:
+    case kListening:
+    case kAnswering:
+      return read_.DeadlineMs();
+    default:
+      return kNever;
+  }
+}
+
+bool clsCOM::WantsBytes() const {
+  if (!LineUp()) return false;
+  return state_ == kWaitingFirst || state_ == kReading || state_ == kListening || state_ == kAnswering;
 }
 
 void clsCOM::KeepLine(double nowMs) {

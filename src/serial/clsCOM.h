@@ -83,6 +83,14 @@ class clsCOM {
   // Closes the line (its previous settings restored) and clears Busy.
   void Class_Terminate();
 
+  // For an event loop: when Hit next has something to do if no byte arrives
+  // (ms of the clock; infinity when only arriving bytes can move it), whether
+  // bytes arriving now would move it, and the descriptor that tells of them
+  // (-1 when the line has none and must be serviced by time).
+  double NextDeadlineMs() const;
+  bool WantsBytes() const;
+  int Descriptor() const { return LineUp() ? line_->Descriptor() : -1; }
+
   std::int16_t COM() const { return com_; }
   std::int32_t State() const { return state_; }
   const CommTimeouts& Timeouts() const { return timeouts_; }
