@@ -110,6 +110,7 @@ class frmQuorvel : public DeviceLink {
   void GetResponce(std::int32_t code, std::int32_t& length, std::span<std::uint8_t> buffer) override;
   void DoResponce(std::span<std::uint8_t> buffer, std::int32_t count) override;
   void FrameHeard(std::span<const std::uint8_t> frame) override;
+  void CountFrameError() override;
   // Frames a Monitor window heard, oldest first (the newest few hundred).
   const std::deque<std::vector<std::uint8_t>>& Heard() const { return heard_; }
 

@@ -88,6 +88,11 @@ void frmQuorvel::DoResponce(std::span<std::uint8_t> buffer, std::int32_t count) 
   RefreshStatistics();
 }
 
+void frmQuorvel::CountFrameError() {
+  MODBUS::CountUp(counters_.FrErr);
+  RefreshStatistics();
+}
+
 void frmQuorvel::FrameHeard(std::span<const std::uint8_t> frame) {
   // A listener keeps the most recent frames; older ones make room.
   constexpr std::size_t kKeep = 256;

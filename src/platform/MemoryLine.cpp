@@ -34,7 +34,8 @@ void MemoryWire::Send(End from, std::span<const std::uint8_t> bytes) {
     const int n = dir.damage.PassOne(static_cast<std::uint8_t>(c & mask), out);
     for (int i = 0; i < n; ++i) scratch_.push_back(static_cast<std::uint8_t>(out[i] & mask));
   }
-  if (!State(Other(from)).plugged) return;  // the characters go out, and nobody hears them
+  const bool heard = State(Other(from)).plugged;  // else the characters go out, and nobody hears them
+  if (!heard && !sender.echo) return;
 
   const LineTiming& t = dir.timing;
   const std::int64_t now = clock_.Nanoseconds();
@@ -47,7 +48,15 @@ void MemoryWire::Send(End from, std::span<const std::uint8_t> bytes) {
   for (std::size_t i = 0; i < scratch_.size(); ++i) {
     const auto piece = static_cast<std::int64_t>(t.chunkSize == 0 ? 0 : i / t.chunkSize);
     left = start + piece * gap + std::llround(static_cast<double>(i + 1) * charNs);
-    dir.characters.push_back({left, left + latency, scratch_[i]});
+    if (heard) dir.characters.push_back({left, left + latency, scratch_[i]});
+    if (sender.echo) {
+      // Heard back as it leaves, among what the other end sends, in time order.
+      auto& back = Dir(Other(from)).characters;
+      const Character echo{left, left, scratch_[i]};
+      back.insert(std::upper_bound(back.begin(), back.end(), echo,
+                                   [](const Character& a, const Character& b) { return a.arrivesNs < b.arrivesNs; }),
+                  echo);
+    }
   }
   dir.wireFreeNs = left;
 }

@@ -36,6 +36,9 @@ class MemoryWire {
 
   // How the characters that `from` sends travel; applies to later writes.
   void SetTiming(End from, const LineTiming& timing) { Dir(from).timing = timing; }
+  // `end` hears what it sends, as it leaves (a two-wire RS-485 adapter
+  // without echo cancelling).
+  void SetEcho(End end, bool echo) { State(end).echo = echo; }
   void SetDamage(End from, const DamageOptions& damage) { Dir(from).damage = LineDamage(damage); }
   const DamageCounts& Damage(End from) const { return directions_[Index(from)].damage.Counts(); }
 
@@ -69,6 +72,7 @@ class MemoryWire {
     bool open = false;
     bool plugged = true;
     bool gone = false;
+    bool echo = false;
     int openCount = 0;
     LineSettings settings;
     std::optional<OpenFailure> failNext;

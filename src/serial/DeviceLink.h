@@ -22,6 +22,9 @@ class DeviceLink {
   // A checked request for this window's address (Slave mode); count is the
   // message length without CRC or ASCII framing.
   virtual void DoResponce(std::span<std::uint8_t> buffer, std::int32_t count) = 0;
+  // The answer this window sent as a slave was spoilt on the line (its echo
+  // came back otherwise than sent).
+  virtual void CountFrameError() {}
   // A frame heard on a listening port (Monitor mode), as received.
   virtual void FrameHeard(std::span<const std::uint8_t> /*frame*/) {}
 };

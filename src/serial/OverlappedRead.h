@@ -8,16 +8,22 @@
 // the interval, the total time used up, or, for the piecewise setting, the
 // first characters there.
 //
+// A framed read ends otherwise: as soon as its FrameRule finds a whole frame
+// in what has come (the frame is then moved to the front, and what came after
+// it is kept for the next read, as the start of the next frame), or after a
+// silence measured in characters, or when full.
+//
 // This is where the end of a received frame is decided, and the only place:
-// another way of framing (a silence measured in characters, or a known
-// length) belongs here and changes nothing in the port's state machine.
+// the port's state machine only starts reads and takes what they bring.
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
 
 #include "platform/SerialLine.h"
 #include "serial/CommTimeouts.h"
+#include "serial/FrameRule.h"
 
 namespace quorvel {
 
@@ -33,6 +39,11 @@ class OverlappedRead {
   // A read still running is dropped, with what it had brought.
   void Start(std::span<std::uint8_t> into, const CommTimeouts& timeouts, double nowMs);
 
+  // Starts a framed read into `into`: it ends at the first frame `rule`
+  // finds, or once no character has come for `silenceMs` after the last, or
+  // when full. `rule` must outlive the read.
+  void StartFramed(std::span<std::uint8_t> into, const FrameRule& rule, double silenceMs, double nowMs);
+
   // Takes what has arrived on `line`, as far as it fits. A line that fails or
   // is gone brings nothing, so the read still ends by its time-outs.
   Progress Poll(platform::SerialLine& line, double nowMs);
@@ -41,18 +52,36 @@ class OverlappedRead {
   // clock); infinity when only arriving characters can end it, or none runs.
   double DeadlineMs() const;
 
-  void Cancel() { active_ = false; }
+  // Ends the running read and forgets what was kept from the last one.
+  void Cancel() {
+    active_ = false;
+    carried_ = 0;
+  }
   bool Active() const { return active_; }
   std::size_t Received() const { return received_; }
+  // What the last framed read ended with (None for a read that ended by
+  // silence, by being full, or was not framed).
+  FrameKind Found() const { return found_; }
+  // When characters were last taken (ms of the clock); the start of the read
+  // when none were.
+  double LastMs() const { return lastMs_; }
 
  private:
   enum class Kind : std::uint8_t {
     AtOnce,          // takes what is queued and ends
     FirstCharacter,  // ends with the first characters, or empty after the wait
     Timed,           // ends by count, gap or total time
+    Framed,          // ends by a frame found, a silence, or count
   };
 
+  void Begin(std::span<std::uint8_t> into, double nowMs);
   bool Ended(double nowMs) const;
+  // Looks for a frame in what has come (`quiet`: all of it has); true when
+  // one ended the read.
+  bool TakeFrame(bool quiet);
+
+  // A frame buffer holds at most this much; what follows a frame is kept here.
+  static constexpr std::size_t kCarryRoom = 600;
 
   std::span<std::uint8_t> into_;
   std::size_t received_ = 0;
@@ -62,6 +91,12 @@ class OverlappedRead {
   double intervalMs_ = 0;  // 0: no gap limit
   double totalMs_ = 0;     // 0: no total limit; the first-character wait for FirstCharacter
   bool active_ = false;
+  const FrameRule* rule_ = nullptr;
+  FrameKind found_ = FrameKind::None;
+  bool looked_ = true;  // what has come was looked through for a frame
+  std::array<std::uint8_t, kCarryRoom> carry_{};
+  std::size_t carried_ = 0;
+  double carriedMs_ = 0;
 };
 
 }  // namespace quorvel

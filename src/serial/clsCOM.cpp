@@ -8,9 +8,11 @@
 #include <utility>
 
 #include "modbus/FrameCodec.h"
+#include "modbus/FrameLength.h"
 #include "modbus/MasterTransaction.h"
 #include "modbus/RequestFrame.h"
 #include "modbus/SlaveEmulation.h"
+#include "platform/EchoLine.h"
 #include "platform/OpenFailure.h"
 
 namespace quorvel {
@@ -41,6 +43,12 @@ bool clsCOM::OpenCOM(std::int16_t& com) {
   if (entry_.ASCII) dcb.ByteSize = entry_.ASCII8bits ? 8 : 7;
   const platform::LineSettings settings = SettingsOf(dcb);
   std::unique_ptr<platform::SerialLine> line = lines_ ? lines_(com) : nullptr;
+  platform::EchoLine* echo = nullptr;
+  if (line && entry_.Echo) {
+    auto wrapped = std::make_unique<platform::EchoLine>(std::move(line));
+    echo = wrapped.get();
+    line = std::move(wrapped);
+  }
   const platform::OpenFailure failure =
       line ? line->Open(settings) : platform::OpenFailure{platform::OpenCause::NoSuchDevice, ENODEV, {}, {}, {}, false};
   if (failure) {
@@ -49,6 +57,14 @@ bool clsCOM::OpenCOM(std::int16_t& com) {
   }
 
   line_ = std::move(line);
+  echo_ = echo;
+  timing_ = entry_.Timing;
+  silenceMs_ = SilenceT35Ms(dcb.BaudRate);
+  writeKept_ = false;
+  lastHeardMs_ = -std::numeric_limits<double>::infinity();
+  quietNeededMs_ = 0;
+  echoMismatches_ = 0;
+  answeredId_ = 0;
   settings_ = settings;
   lineLost_ = false;
   com_ = com;
@@ -79,6 +95,7 @@ void clsCOM::Class_Terminate() {
   line_->Purge(platform::PurgeWhat::Both);
   line_->Close();
   line_.reset();
+  echo_ = nullptr;
   lineLost_ = false;
   if (com_ != 0) entry_.Busy = false;
 }
@@ -108,30 +125,64 @@ void clsCOM::SendRequest(std::uint8_t id, const ReqProp& request, std::int32_t t
     expectedLength_ = frame.expected;
   }
 
-  // A lost line takes the request like a line on which nobody answers: the
-  // window counts a time-out, as it would with the cable pulled at the far end.
+  timeoutMs_ = timeout;
   read_.Cancel();
-  if (LineUp()) {
-    line_->Purge(platform::PurgeWhat::Both);
-    const platform::IoResult written = line_->Write(buffer.first(static_cast<std::size_t>(sendCount_)));
-    if (written.status == platform::IoStatus::Gone) {
-      LoseLine(now);
-    } else if (written.status != platform::IoStatus::Ok) {
-      return;
-    }
-  }
-
-  const double baud = entry_.dcb.BaudRate;
-  const double sendMs = baud > 0 ? sendCount_ * 11000.0 / baud : 0;
-  transmitEnd_ = std::llrint(now + sendMs);  // ties to even
-  responseDeadline_ = transmitEnd_ + timeout;
   masterAccumulator_ = 0;
   received_ = 0;
   eventArmed_ = false;
+  echoMismatches_ = 0;
+  EchoMismatches();  // those of earlier traffic are not this request's
+
+  if (Framed()) {
+    // The request is kept until the line has been quiet long enough; what
+    // arrives meanwhile is read and dropped.
+    answerRule_ = FrameRule::AnswerFrom(id, static_cast<std::uint8_t>(request.Func()));
+    Drain(now);
+    writeKept_ = true;
+    if (now >= QuietUntilMs() && !WriteRequest(now)) return;
+  } else {
+    // A lost line takes the request like a line on which nobody answers: the
+    // window counts a time-out, as it would with the cable pulled at the far end.
+    if (LineUp()) line_->Purge(platform::PurgeWhat::Both);
+    if (!WriteRequest(now)) return;
+  }
   state_ = kSending;
   entry_.Busy = true;
   result = true;
 }
+
+bool clsCOM::WriteRequest(double nowMs) {
+  writeKept_ = false;
+  quietNeededMs_ = 0;
+  const double baud = entry_.dcb.BaudRate;
+  const double sendMs = baud > 0 ? sendCount_ * 11000.0 / baud : 0;
+  transmitEnd_ = std::llrint(nowMs + sendMs);  // ties to even
+  responseDeadline_ = transmitEnd_ + timeoutMs_;
+  lastHeardMs_ = nowMs + sendMs;
+  if (!LineUp()) return true;
+  const platform::IoResult written = line_->Write(std::span(buffer_).first(static_cast<std::size_t>(sendCount_)));
+  if (written.status == platform::IoStatus::Gone) LoseLine(nowMs);
+  return written.status == platform::IoStatus::Ok || written.status == platform::IoStatus::Gone;
+}
+
+void clsCOM::Drain(double nowMs) {
+  if (!LineUp()) return;
+  std::uint8_t dropped[64];
+  bool heard = false;
+  for (;;) {
+    const platform::IoResult r = line_->ReadAvailable(dropped);
+    if (r.status != platform::IoStatus::Ok || r.count == 0) break;
+    heard = true;
+  }
+  if (heard) lastHeardMs_ = nowMs;
+}
+
+double clsCOM::QuietUntilMs() const {
+  const double silence = timing_ == LineTiming::Standard ? silenceMs_ : 0;
+  return lastHeardMs_ + std::max(silence, quietNeededMs_);
+}
+
+int clsCOM::EchoMismatches() { return echo_ ? echo_->TakeMismatches() : 0; }
 
 void clsCOM::SendResponce(std::int32_t& length, bool& result) {
   result = false;
@@ -178,10 +229,15 @@ void clsCOM::Hit() {
 
 void clsCOM::HitMaster() {
   const double now = clock_.GetTimeMs();
+  echoMismatches_ += EchoMismatches();
   std::int32_t code = 0;
   switch (state_) {
     case kSending:
-      if (now >= static_cast<double>(transmitEnd_)) {
+      if (writeKept_) {
+        Drain(now);
+        // A line that refuses the bytes leaves the request unanswered.
+        if (now >= QuietUntilMs()) WriteRequest(now);
+      } else if (now >= static_cast<double>(transmitEnd_)) {
         state_ = kWaitingFirst;
         WaitEvent();
       }
@@ -189,7 +245,11 @@ void clsCOM::HitMaster() {
     case kWaitingFirst: {
       const std::int32_t event = CheckEvent();
       if (event == kComplete) {
-        StartRead(0, bufferSize_);
+        if (Framed() && !ascii_) {
+          read_.StartFramed(buffer_, answerRule_, silenceMs_, now);
+        } else {
+          StartRead(0, bufferSize_);
+        }
         state_ = kReading;
       } else if (event == kPending && now >= static_cast<double>(responseDeadline_)) {
         code = MODBUS::kTimeout;
@@ -212,6 +272,19 @@ void clsCOM::HitMaster() {
 }
 
 void clsCOM::Deliver(std::int32_t code) {
+  // Our own bytes came back otherwise than sent: something else was on the
+  // line at the same time.
+  if (echoMismatches_ > 0 && code != MODBUS::kTimeout) code = MODBUS::kFrameOtherLength;
+  if (Framed()) {
+    // After anything but a whole answer, the next request waits until a late
+    // answer would have come and gone.
+    const double now = clock_.GetTimeMs();
+    const std::span<const std::uint8_t> got(buffer_.data(), static_cast<std::size_t>(received_));
+    const bool whole = code != MODBUS::kTimeout && echoMismatches_ == 0 &&
+                       (ascii_ ? MODBUS::AsciiFrameOk(got) : read_.Found() == FrameKind::Awaited);
+    lastHeardMs_ = std::max(lastHeardMs_, whole ? read_.LastMs() : now);
+    quietNeededMs_ = whole ? 0 : timeoutMs_;
+  }
   // Cleared first: a window that finds the frame was not its answer sets it
   // again while it waits on.
   entry_.Busy = false;
@@ -226,11 +299,17 @@ void clsCOM::Deliver(std::int32_t code) {
 }
 
 void clsCOM::HitSlave() {
+  // Our answer did not come back as sent: it collided with someone else's.
+  if (EchoMismatches() > 0)
+    if (DeviceLink* device = FindDevice(answeredId_)) device->CountFrameError();
   const std::int32_t r = ascii_ ? ReadASCIISlave() : ReadRTU();
   if (r == kPending) return;
-  if (r == kComplete) {
+  if (r == kComplete && read_.Found() != FrameKind::Foreign) {
     std::int32_t count = received_;
-    if (DeviceLink* device = CheckRequest(count)) device->DoResponce(buffer_, count);
+    if (DeviceLink* device = CheckRequest(count)) {
+      answeredId_ = device->ID();
+      device->DoResponce(buffer_, count);
+    }
   }
   // Whatever the read ended with, the port goes on listening.
   Listen();
@@ -277,6 +356,14 @@ bool clsCOM::StartRead(std::int32_t index, std::int32_t count) {
   read_.Start(buffer.subspan(static_cast<std::size_t>(readIndex_), static_cast<std::size_t>(room)), timeouts_,
               clock_.GetTimeMs());
   return true;
+}
+
+void clsCOM::Listen() {
+  if (Framed() && !ascii_) {
+    read_.StartFramed(buffer_, requestRule_, silenceMs_, clock_.GetTimeMs());
+  } else {
+    StartRead(0, bufferSize_);
+  }
 }
 
 std::int32_t clsCOM::ReadRTU() {
@@ -346,7 +433,7 @@ double clsCOM::NextDeadlineMs() const {
   if (lineLost_) return reopenAtMs_;
   switch (state_) {
     case kSending:
-      return static_cast<double>(transmitEnd_);
+      return writeKept_ ? QuietUntilMs() : static_cast<double>(transmitEnd_);
     case kWaitingFirst:
       return static_cast<double>(responseDeadline_);
     case kReading:
@@ -360,7 +447,8 @@ double clsCOM::NextDeadlineMs() const {
 
 bool clsCOM::WantsBytes() const {
   if (!LineUp()) return false;
-  return state_ == kWaitingFirst || state_ == kReading || state_ == kListening || state_ == kAnswering;
+  return (state_ == kSending && writeKept_) || state_ == kWaitingFirst || state_ == kReading || state_ == kListening ||
+         state_ == kAnswering;
 }
 
 void clsCOM::KeepLine(double nowMs) {

@@ -9,6 +9,13 @@
 // complete hands it to the device window concerned (GetResponce for an
 // answer, DoResponce for a request, FrameHeard for a listening Monitor).
 //
+// The port's timing (Classic, Standard, Fast; see LineTiming.h) decides how
+// a frame's end is found and when a request may go out; Classic keeps the
+// character-gap framing and sends at once. With Standard and Fast a request
+// may have to wait for the line to be quiet: SendRequest then keeps it, the
+// port counts as busy, and Hit sends it when the time comes. With Echo set
+// the line is wrapped so that the port never reads its own bytes.
+//
 // Everything runs on the caller's thread, one call at a time. A line that goes
 // away while open (an adapter pulled out) is closed at once so that its
 // device can come back under the same name; the port then stays silent, as a
@@ -28,8 +35,13 @@
 #include "project/ReqProp.h"
 #include "serial/CommTimeouts.h"
 #include "serial/DeviceLink.h"
+#include "serial/FrameRule.h"
 #include "serial/OverlappedRead.h"
 #include "serial/PortEntry.h"
+
+namespace quorvel::platform {
+class EchoLine;
+}
 
 namespace quorvel {
 
@@ -99,6 +111,16 @@ class clsCOM {
  private:
   static constexpr double kReopenPeriodMs = 1000;
 
+  bool Framed() const { return timing_ != LineTiming::Classic; }
+  // Standard and Fast: reads what has come while no frame is awaited, so that
+  // a late answer is seen (and dropped) before the next request goes out.
+  void Drain(double nowMs);
+  // When the kept request may go out.
+  double QuietUntilMs() const;
+  // Writes the frame laid for the request; false when the line refused it.
+  bool WriteRequest(double nowMs);
+  // Echo mismatches since the last look.
+  int EchoMismatches();
   void HitMaster();
   void HitSlave();
   void HitMonitor();
@@ -113,7 +135,7 @@ class clsCOM {
   std::int32_t ReadASCIISlave() { return GatherASCII(slaveAccumulator_); }
   std::int32_t GatherASCII(std::int32_t& accumulator);
   void SetTimeouts() { timeouts_ = TimeoutsFor(dcb_.BaudRate, ascii_, mode_); }
-  void Listen() { StartRead(0, bufferSize_); }
+  void Listen();
 
   // Closes a line that went away, and tries it again once a while.
   void KeepLine(double nowMs);
@@ -150,6 +172,18 @@ class clsCOM {
   std::int32_t expectedLength_ = 0;  // on the wire: bytes (RTU) or characters (ASCII)
   std::int32_t masterAccumulator_ = 0;
   std::int32_t received_ = 0;  // the count of the last completed read or frame
+
+  LineTiming timing_ = LineTiming::Classic;
+  double silenceMs_ = 0;                // t3.5 at the port's rate
+  platform::EchoLine* echo_ = nullptr;  // the line itself, when it removes echo
+  FrameRule answerRule_ = FrameRule::AnswerFrom(0, 0);
+  FrameRule requestRule_ = FrameRule::Requests();
+  bool writeKept_ = false;       // a request waits for a quiet line
+  double lastHeardMs_ = -1e300;  // the last byte seen on the line, ours or others'
+  double quietNeededMs_ = 0;     // after a failure: a whole answer time-out
+  std::int32_t timeoutMs_ = 0;   // of the request under way
+  int echoMismatches_ = 0;       // during the transaction under way
+  std::int32_t answeredId_ = 0;  // the address our slave answered last
 };
 
 }  // namespace quorvel

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "modbus/FrameCodec.h"
 #include "platform/MemoryLine.h"
 #include "serial/clsCOM.h"
 
@@ -18,6 +19,20 @@ namespace quorvel::test {
 using Bytes = std::vector<std::uint8_t>;
 
 inline Bytes Text(const std::string& text) { return {text.begin(), text.end()}; }
+
+// An RTU frame: the message with its CRC.
+inline Bytes Sealed(Bytes message) {
+  const auto n = static_cast<std::int32_t>(message.size());
+  message.resize(message.size() + 2);
+  MODBUS::AddCRC(message, n);
+  return message;
+}
+
+inline Bytes Join(std::initializer_list<Bytes> parts) {
+  Bytes all;
+  for (const Bytes& p : parts) all.insert(all.end(), p.begin(), p.end());
+  return all;
+}
 
 struct FakeWindow final : DeviceLink {
   struct Answer {
