@@ -119,10 +119,7 @@ TEST(SessionFile, ATimingBlockThatCannotBeReadLeavesThePortsClassic) {
   } cases[] = {
       {"cut short", good.substr(0, good.size() - 4), LineTiming::Classic, false, LineTiming::Classic},
       {"another block", "\"Bookmarks\"\r\n2\r\n#TRUE#\r\n", LineTiming::Classic, false, LineTiming::Classic},
-      {"blank lines", "\r\n\r\n", LineTiming::Classic, false, LineTiming::Classic},
       {"not a flag", TimingBlock({{2, "2"}, {3, "#TRUE#"}, {20, "maybe"}}), LineTiming::Classic, false,
-       LineTiming::Classic},
-      {"not a number", TimingBlock({{2, "2"}, {3, "#TRUE#"}, {4, "\"Fast\""}}), LineTiming::Classic, false,
        LineTiming::Classic},
       // A timing a later version added: that port alone falls back.
       {"unknown timing", TimingBlock({{2, "7"}, {3, "#TRUE#"}, {4, "1"}}), LineTiming::Classic, true,
