@@ -26,6 +26,10 @@ void ApplyPorts(frmQuorvelMain& frame, const SessionFile& session) {
     entry.dcb.Parity = saved.Parity;
     entry.dcb.Flags = saved.Flags;
     entry.dcb.StopBits = saved.StopBits;
+    // A session without the timing block gives every port Classic timing
+    // without echo, whatever the port had before: the session decides.
+    entry.Timing = saved.Timing;
+    entry.Echo = saved.Echo;
   }
 }
 
@@ -59,9 +63,9 @@ SessionFile CaptureSession(const frmQuorvelMain& frame, const std::string& file)
   const PublicVeriables& globals = frame.Globals();
   for (int com = 1; com <= 16; ++com) {
     const PortEntry& entry = globals.Ports[static_cast<std::size_t>(com)];
-    session.Ports[static_cast<std::size_t>(com - 1)] = {entry.ASCII,       entry.ASCII8bits, entry.dcb.BaudRate,
-                                                        entry.Mode,        entry.dcb.Parity, entry.dcb.Flags,
-                                                        entry.dcb.StopBits};
+    session.Ports[static_cast<std::size_t>(com - 1)] = {entry.ASCII,        entry.ASCII8bits, entry.dcb.BaudRate,
+                                                        entry.Mode,         entry.dcb.Parity, entry.dcb.Flags,
+                                                        entry.dcb.StopBits, entry.Timing,     entry.Echo};
   }
   session.Width = frame.Placement.Width;
   session.Height = frame.Placement.Height;

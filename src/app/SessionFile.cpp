@@ -18,6 +18,37 @@ std::string WindowField(std::size_t window, const char* field) {
   return std::string(field) + " of window " + std::to_string(window);
 }
 
+constexpr std::string_view kLineTimingTag = "LineTiming";
+
+bool UsesLineTiming(const SessionFile& session) {
+  for (const SessionPort& port : session.Ports)
+    if (port.Timing != LineTiming::Classic || port.Echo) return true;
+  return false;
+}
+
+// The trailing line timing block into `session`'s ports, all of it or none:
+// a block that cannot be read whole leaves every port Classic without echo.
+void ReadLineTiming(WriteNotationReader& in, SessionFile& session) {
+  std::array<SessionPort, 16> ports = session.Ports;
+  try {
+    if (in.String("the line timing tag") != kLineTimingTag) return;
+    for (int com = 1; com <= 16; ++com) {
+      SessionPort& port = ports[static_cast<std::size_t>(com - 1)];
+      const auto timing = in.Integer(PortField(com, "Timing"), kIntegerLow, kIntegerHigh);
+      // A timing this version does not know is left to the one it does.
+      port.Timing = timing >= 0 && timing <= static_cast<std::int64_t>(LineTiming::Fast)
+                        ? static_cast<LineTiming>(timing)
+                        : LineTiming::Classic;
+      port.Echo = in.Boolean(PortField(com, "Echo"));
+    }
+  } catch (const WriteNotationError&) {
+    // The windows before it are good; a session saved by a later version
+    // or spoilt at its end still opens them.
+    return;
+  }
+  session.Ports = ports;
+}
+
 }  // namespace
 
 std::string FormatSession(const SessionFile& session) {
@@ -48,6 +79,13 @@ std::string FormatSession(const SessionFile& session) {
     out.Single(window.Top);
     out.Single(window.Width);
     out.Single(window.Height);
+  }
+  if (UsesLineTiming(session)) {
+    out.String(kLineTimingTag);
+    for (const SessionPort& port : session.Ports) {
+      out.Integer(static_cast<std::int16_t>(port.Timing));
+      out.Boolean(port.Echo);
+    }
   }
   return out.Text();
 }
@@ -86,6 +124,7 @@ SessionFile ParseSession(std::string_view text) {
     window.Height = in.Single(WindowField(n, "the height"));
     session.Windows.push_back(std::move(window));
   }
+  ReadLineTiming(in, session);
   return session;
 }
 

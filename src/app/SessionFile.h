@@ -4,12 +4,21 @@
 // the frame's size and one block per device window, and its text form. The
 // text is read completely before anything is applied, so that a damaged file
 // leaves the program as it was.
+//
+// A port's line timing and echo removal are not in the original layout. When
+// any port has something other than Classic timing without echo, they follow
+// the last window block as a trailing block: the tag "LineTiming", then for
+// COM1..COM16 the timing's number and the echo flag. A reader that does not
+// know the block stops before it, and a session where every port is Classic
+// without echo is written exactly as it always was.
 
 #include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "serial/LineTiming.h"
 
 namespace quorvel {
 
@@ -21,6 +30,8 @@ struct SessionPort {
   std::uint8_t Parity = 0;
   std::uint32_t Flags = 0x3011;
   std::uint8_t StopBits = 0;
+  LineTiming Timing = LineTiming::Classic;
+  bool Echo = false;
   bool operator==(const SessionPort&) const = default;
 };
 
@@ -54,7 +65,10 @@ struct SessionFile {
 std::string FormatSession(const SessionFile& session);
 
 // Throws WriteNotationError naming the line and the value that is missing or
-// malformed. Anything after the last window block is ignored.
+// malformed. After the last window block only the line timing block is read;
+// when it is absent, damaged or cut short every port is Classic without echo,
+// and anything else there is ignored. An unknown timing number makes that
+// port Classic.
 SessionFile ParseSession(std::string_view text);
 
 }  // namespace quorvel

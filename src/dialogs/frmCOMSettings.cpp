@@ -17,7 +17,8 @@ const std::array<const char*, 2> frmCOMSettings::kStopBits = {" 1 stop bit", " 2
 void frmCOMSettings::ShowForm(int com) {
   for (int n = 1; n <= 16; ++n) {
     const PortEntry& entry = host_.Port(n);
-    working_[static_cast<std::size_t>(n)] = PortSettings{entry.ASCII, entry.ASCII8bits, entry.dcb};
+    working_[static_cast<std::size_t>(n)] =
+        PortSettings{entry.ASCII, entry.ASCII8bits, entry.dcb, entry.Timing, entry.Echo};
   }
   FillPortList();
   const std::string wanted = " COM" + std::to_string(com);
@@ -58,6 +59,8 @@ void frmCOMSettings::ShowPortSettings() {
   cmbParity = port.dcb.Parity == 1 ? kParities[1] : port.dcb.Parity == 2 ? kParities[2] : kParities[0];
   chkDTR = (port.dcb.Flags & 16) != 0;
   chkRTSToggle = (port.dcb.Flags & DCB::kRtsControlMask) != 0;
+  cmbTiming = port.Timing;
+  chkEcho = port.Echo;
 }
 
 void frmCOMSettings::ReadPortSettings() {
@@ -83,6 +86,8 @@ void frmCOMSettings::ReadPortSettings() {
     port.dcb.Flags |= 16;
   else
     port.dcb.Flags &= ~std::uint32_t{16};
+  port.Timing = cmbTiming;
+  port.Echo = chkEcho;
 }
 
 void frmCOMSettings::cmdOK_Click() {
@@ -92,11 +97,13 @@ void frmCOMSettings::cmdOK_Click() {
     const bool same = port.ASCII == entry.ASCII && port.ASCII8bits == entry.ASCII8bits &&
                       port.dcb.BaudRate == entry.dcb.BaudRate && port.dcb.ByteSize == entry.dcb.ByteSize &&
                       port.dcb.Flags == entry.dcb.Flags && port.dcb.Parity == entry.dcb.Parity &&
-                      port.dcb.StopBits == entry.dcb.StopBits;
+                      port.dcb.StopBits == entry.dcb.StopBits && port.Timing == entry.Timing && port.Echo == entry.Echo;
     if (same) continue;
     entry.ASCII = port.ASCII;
     entry.ASCII8bits = port.ASCII8bits;
     entry.dcb = port.dcb;
+    entry.Timing = port.Timing;
+    entry.Echo = port.Echo;
     host_.MarkSessionChanged();
     for (frmQuorvel* window : host_.DeviceWindows())
       if (window->COM() == n) window->ShowCaption();

@@ -17,6 +17,8 @@ struct PortSettings {
   bool ASCII = false;
   bool ASCII8bits = false;
   DCB dcb;
+  LineTiming Timing = LineTiming::Classic;
+  bool Echo = false;
 };
 
 class frmCOMSettings {
@@ -43,6 +45,9 @@ class frmCOMSettings {
   bool chkASCII8bits_Enabled = false;
   bool chkDTR = false;
   bool chkRTSToggle = false;
+  // The timing list holds the three choices in the order of their values.
+  LineTiming cmbTiming = LineTiming::Classic;
+  bool chkEcho = false;
   bool Visible = false;
 
   // Events. Any control but the port list stores the controls into the

@@ -35,7 +35,7 @@ void Publish(std::atomic<std::uint64_t>& counter, std::uint64_t value) {
 }  // namespace
 
 NullModem::NullModem(const NullModemOptions& options)
-    : charNs_(options.baudRate > 0 ? 11'000'000'000LL / options.baudRate : 0) {
+    : charNs_(options.baudRate > 0 ? 11'000'000'000LL / options.baudRate : 0), echo_(options.echo) {
   directions_[0].damage = LineDamage(options.damage);
   directions_[1].damage = LineDamage(options.damage);
   stopEvent_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
@@ -97,6 +97,11 @@ void NullModem::Deliver(std::size_t d, std::int64_t now) {
     const std::size_t taken = written > 0 ? static_cast<std::size_t>(written) : 0;
     dir.counters.delivered.fetch_add(taken, std::memory_order_relaxed);
     dir.counters.overrun.fetch_add(n - taken, std::memory_order_relaxed);
+    // The sender hears the line as it is, damage included. What it has no
+    // room for is lost unnoticed: the counts are of the other end's traffic.
+    if (echo_) {
+      [[maybe_unused]] const ssize_t echoed = write(ptys_[d].Master(), buffer, n);
+    }
     dir.queue.erase(dir.queue.begin(), dir.queue.begin() + static_cast<std::ptrdiff_t>(n));
   }
 }

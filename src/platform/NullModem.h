@@ -5,7 +5,9 @@
 // direction is paced at 11 bit times per character (start, 8 data, parity or
 // second stop, stop), so that a program on either side sees the timing of a
 // real line; without one, characters pass as fast as they come. Damage
-// options spoil characters in both directions, for fault tests.
+// options spoil characters in both directions, for fault tests. With echo
+// each end also reads back what it wrote, at the time it is on the wire, as
+// on a two-wire RS-485 bus whose adapter does not cancel its own echo.
 //
 // Run forwards on the calling thread until Stop is called (from any thread)
 // or a given descriptor becomes readable (a signalfd, for instance). It
@@ -26,6 +28,7 @@ namespace quorvel::platform {
 struct NullModemOptions {
   int baudRate = 0;  // 0: no pacing
   DamageOptions damage;
+  bool echo = false;
 };
 
 struct NullModemCounts {
@@ -77,10 +80,11 @@ class NullModem {
 
   // Reads what the sender of `d` has written and queues it with its due times.
   void Take(std::size_t d, std::int64_t now, short events);
-  // Hands the receiver of `d` what is due by `now`.
+  // Hands the receiver of `d` what is due by `now`, and with echo the sender too.
   void Deliver(std::size_t d, std::int64_t now);
 
   std::int64_t charNs_;
+  bool echo_;
   PtyPair ptys_[2];
   Direction directions_[2];  // indexed by the sending end
   int stopEvent_ = -1;

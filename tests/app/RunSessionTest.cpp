@@ -22,18 +22,39 @@ std::string Shown(const nlohmann::json& window, const std::string& label) {
   return "(no " + label + ")";
 }
 
-TEST(RunSession, OpensEveryWindowChoosesUserRequestsAndSavesTheSession) {
-  platform::NullModem modem;
-  std::thread line([&] { modem.Run(); });
+const std::string kSession = std::string(QUORVEL_BIN_DIR) + "/Coriolis.qvs";
+
+// The sample session run over a null-modem line, saved on exit to `saved`
+// in a scratch directory of the test's own.
+struct RunSession : ::testing::Test {
   const fs::path dir = fs::temp_directory_path() / ("quorvel-run-session-" + std::to_string(getpid()));
-  fs::create_directories(dir);
   const fs::path saved = dir / "saved.qvs";
-  const CliRun run = RunCli({"run", "--map", "COM1=" + modem.Path(platform::End::A), "--map",
-                             "COM2=" + modem.Path(platform::End::B), "--seconds", "1.5", "--user-request",
-                             "Reset totaliser", "--user-request", "2:Reset totaliser", "--user-request", "No such item",
-                             "--save-session", saved.string(), std::string(QUORVEL_BIN_DIR) + "/Coriolis.qvs"});
-  modem.Stop();
-  line.join();
+
+  RunSession() { fs::create_directories(dir); }
+  ~RunSession() override { fs::remove_all(dir); }
+
+  CliRun Run(const std::vector<std::string>& options) {
+    platform::NullModem modem;
+    std::thread line([&] { modem.Run(); });
+    std::vector<std::string> args = {"run",
+                                     "--map",
+                                     "COM1=" + modem.Path(platform::End::A),
+                                     "--map",
+                                     "COM2=" + modem.Path(platform::End::B),
+                                     "--save-session",
+                                     saved.string()};
+    args.insert(args.end(), options.begin(), options.end());
+    args.push_back(kSession);
+    CliRun run = RunCli(args);
+    modem.Stop();
+    line.join();
+    return run;
+  }
+};
+
+TEST_F(RunSession, OpensEveryWindowChoosesUserRequestsAndSavesTheSession) {
+  const CliRun run = Run({"--seconds", "1.5", "--user-request", "Reset totaliser", "--user-request",
+                          "2:Reset totaliser", "--user-request", "No such item"});
   ASSERT_EQ(run.status, 0) << run.err;
   const auto state = nlohmann::json::parse(run.out);
   ASSERT_EQ(state["windows"].size(), 2u) << run.out;
@@ -42,6 +63,8 @@ TEST(RunSession, OpensEveryWindowChoosesUserRequestsAndSavesTheSession) {
   EXPECT_EQ(master["mode"], "Master");
   EXPECT_EQ(slave["mode"], "Slave");
   EXPECT_EQ(master["counters"]["TOErr"], 0) << run.out;
+  EXPECT_EQ(master["timing"], "Classic");
+  EXPECT_EQ(slave["echo"], false);
   // The master's user request set coil 10 in the emulated meter, and the
   // master's next poll showed it; the slave window has no user menus.
   EXPECT_EQ(Shown(slave, "C 0010"), "1");
@@ -62,13 +85,39 @@ TEST(RunSession, OpensEveryWindowChoosesUserRequestsAndSavesTheSession) {
   EXPECT_EQ(frame.Devices()[1]->COM(), 2);
   EXPECT_EQ(fs::canonical(frame.Devices()[0]->ProjectFile()),
             fs::canonical(std::string(QUORVEL_BIN_DIR) + "/Coriolis.qvc"));
-  fs::remove_all(dir);
 }
 
-TEST(RunSession, ProjectOptionsAreRefusedForASession) {
-  const CliRun run = RunCli({"run", "--com", "3", std::string(QUORVEL_BIN_DIR) + "/Coriolis.qvs"});
-  EXPECT_EQ(run.status, kUsage);
-  EXPECT_NE(run.err.find("--com is for a project"), std::string::npos) << run.err;
+TEST_F(RunSession, TimingAndEchoOverrideEveryPortTheSessionUses) {
+  const CliRun run = Run({"--seconds", "0.2", "--timing", "FAST", "--echo"});
+  ASSERT_EQ(run.status, 0) << run.err;
+  const auto state = nlohmann::json::parse(run.out);
+  ASSERT_EQ(state["windows"].size(), 2u) << run.out;
+  for (const auto& window : state["windows"]) {
+    EXPECT_EQ(window["timing"], "Fast") << run.out;
+    EXPECT_EQ(window["echo"], true) << run.out;
+  }
+  platform::SystemClock clock;
+  frmQuorvelMain frame(clock);
+  ASSERT_TRUE(LoadSession(frame, saved.string()));
+  for (int com = 1; com <= 3; ++com) {
+    EXPECT_EQ(frame.Port(com).Timing, com <= 2 ? LineTiming::Fast : LineTiming::Classic) << com;
+    EXPECT_EQ(frame.Port(com).Echo, com <= 2) << com;
+  }
+}
+
+TEST_F(RunSession, RefusesProjectOptionsAndUnknownTimings) {
+  const struct {
+    std::vector<std::string> args;
+    const char* says;
+  } cases[] = {
+      {{"run", "--com", "3", kSession}, "--com is for a project"},
+      {{"run", "--timing", "slow", kSession}, "timing is classic, standard or fast, not 'slow'"},
+  };
+  for (const auto& c : cases) {
+    const CliRun run = RunCli(c.args);
+    EXPECT_EQ(run.status, kUsage) << c.says;
+    EXPECT_NE(run.err.find(c.says), std::string::npos) << run.err;
+  }
 }
 
 }  // namespace

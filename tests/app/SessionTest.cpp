@@ -70,6 +70,79 @@ TEST(SessionFile, TheSampleFollowsTheLayout) {
   EXPECT_EQ(FormatSession(expected), bytes);
 }
 
+// The line timing block as written: the tag, then timing and echo of each
+// port, with `lines` replacing the values at their 0-based places.
+std::string TimingBlock(const std::vector<std::pair<std::size_t, std::string>>& lines = {}) {
+  std::vector<std::string> values;
+  for (int com = 1; com <= 16; ++com) {
+    values.push_back("0");
+    values.push_back("#FALSE#");
+  }
+  for (const auto& [at, text] : lines) values[at] = text;
+  std::string block = "\"LineTiming\"\r\n";
+  for (const std::string& value : values) block += value + "\r\n";
+  return block;
+}
+
+TEST(SessionFile, LineTimingFollowsTheWindowsOnlyWhenAPortUsesIt) {
+  SessionFile classic;
+  classic.Ports[0].BaudRate = 19200;
+  classic.Windows = {{"P.qvc", 1, 1, 1, 1000, 1000, 20, true, 0, 0, 100, 100}};
+  const std::string old = FormatSession(classic);
+  EXPECT_EQ(old.find("LineTiming"), std::string::npos);
+  EXPECT_EQ(ParseSession(old), classic);
+
+  SessionFile timed = classic;
+  timed.Ports[1].Timing = LineTiming::Standard;
+  timed.Ports[15].Timing = LineTiming::Fast;
+  timed.Ports[15].Echo = true;
+  const std::string text = FormatSession(timed);
+  // A reader that stops after the windows finds the file it knows.
+  EXPECT_EQ(text, old + TimingBlock({{2, "1"}, {30, "2"}, {31, "#TRUE#"}}));
+  EXPECT_EQ(ParseSession(text), timed);
+  SessionFile echoOnly = classic;
+  echoOnly.Ports[4].Echo = true;
+  EXPECT_EQ(ParseSession(FormatSession(echoOnly)), echoOnly);
+}
+
+TEST(SessionFile, ATimingBlockThatCannotBeReadLeavesThePortsClassic) {
+  SessionFile classic;
+  classic.Windows = {{"P.qvc", 2, 1, 2, 0, 0, 0, true, 0, 0, 100, 100}};
+  const std::string old = FormatSession(classic);
+  const std::string good = TimingBlock({{2, "2"}, {3, "#TRUE#"}});
+  const struct {
+    const char* what;
+    std::string tail;
+    LineTiming com2;
+    bool echo2;
+    LineTiming com3;
+  } cases[] = {
+      {"cut short", good.substr(0, good.size() - 4), LineTiming::Classic, false, LineTiming::Classic},
+      {"another block", "\"Bookmarks\"\r\n2\r\n#TRUE#\r\n", LineTiming::Classic, false, LineTiming::Classic},
+      {"not a flag", TimingBlock({{2, "2"}, {3, "#TRUE#"}, {20, "maybe"}}), LineTiming::Classic, false,
+       LineTiming::Classic},
+      // A timing a later version added: that port alone falls back.
+      {"unknown timing", TimingBlock({{2, "7"}, {3, "#TRUE#"}, {4, "1"}}), LineTiming::Classic, true,
+       LineTiming::Standard},
+      {"followed by more", good + "\"Bookmarks\"\r\n", LineTiming::Fast, true, LineTiming::Classic},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    SessionFile read;
+    ASSERT_NO_THROW(read = ParseSession(old + c.tail));
+    EXPECT_EQ(read.Windows, classic.Windows);
+    EXPECT_EQ(read.Ports[1].Timing, c.com2);
+    EXPECT_EQ(read.Ports[1].Echo, c.echo2);
+    EXPECT_EQ(read.Ports[2].Timing, c.com3);
+    for (std::size_t i = 0; i < 16; ++i) {
+      if (i == 1 || i == 2) continue;
+      EXPECT_EQ(read.Ports[i].Timing, LineTiming::Classic) << i;
+      EXPECT_FALSE(read.Ports[i].Echo) << i;
+    }
+    EXPECT_FALSE(read.Ports[2].Echo);
+  }
+}
+
 TEST(Session, RoundTripRestoresWindowsPortsAndPlaces) {
   TempDir dir, elsewhere;
   const std::string beside = WriteTestProject(dir.Make("work/Beside.qvc"));
@@ -92,6 +165,9 @@ TEST(Session, RoundTripRestoresWindowsPortsAndPlaces) {
     com2.ASCII8bits = true;
     com2.dcb = {28, 115200, 0x0011, 1024, 512, 7, 1, 2};
     t.frame.Port(9).dcb.BaudRate = 300;
+    com2.Timing = LineTiming::Standard;
+    t.frame.Port(16).Timing = LineTiming::Fast;
+    t.frame.Port(16).Echo = true;
     t.frame.Placement = {10, 20, 12345.5f, 6789};
     ASSERT_TRUE(SaveSession(t.frame, file)) << t.messages.front();
   }
@@ -107,6 +183,7 @@ TEST(Session, RoundTripRestoresWindowsPortsAndPlaces) {
 
   TestFrame t;
   t.frame.Port(2).dcb.ByteSize = 5;  // not in the file: stays
+  t.frame.Port(3).Echo = true;       // in the file as no echo: goes
   ASSERT_TRUE(LoadSession(t.frame, file));
   EXPECT_TRUE(t.messages.empty()) << t.messages.front();
   ASSERT_EQ(t.frame.Devices().size(), windows.size());
@@ -123,6 +200,11 @@ TEST(Session, RoundTripRestoresWindowsPortsAndPlaces) {
   EXPECT_EQ(com2.dcb.ByteSize, 5);
   EXPECT_EQ(com2.Mode, kSlave);
   EXPECT_EQ(t.frame.Port(9).dcb.BaudRate, 300U);
+  EXPECT_EQ(com2.Timing, LineTiming::Standard);
+  EXPECT_FALSE(com2.Echo);
+  EXPECT_EQ(t.frame.Port(16).Timing, LineTiming::Fast);
+  EXPECT_TRUE(t.frame.Port(16).Echo);
+  EXPECT_FALSE(t.frame.Port(3).Echo);
   EXPECT_EQ(t.frame.Port(1).Users, 2);
   EXPECT_EQ(t.frame.Port(1).Mode, kMaster);
   EXPECT_EQ(t.frame.Port(16).Mode, kMonitor);

@@ -37,6 +37,8 @@ TEST_F(ComDialog, ShowsThePortAsItsRecordSaysAndStoresWhatTheControlsSay) {
   entry.dcb.StopBits = 1;    // anything but one stop bit shows as two
   entry.dcb.Flags = 0x1001;  // one toggle bit is enough to show RTS toggle; no DTR
   entry.ASCII = true;
+  entry.Timing = LineTiming::Fast;
+  entry.Echo = true;
   dialog.ShowForm(5);
   EXPECT_EQ(dialog.cmbCOM.size(), 16u);
   EXPECT_EQ(dialog.cmbCOM[dialog.cmbCOM_ListIndex], " COM5");
@@ -46,12 +48,16 @@ TEST_F(ComDialog, ShowsThePortAsItsRecordSaysAndStoresWhatTheControlsSay) {
   EXPECT_TRUE(dialog.optASCII && !dialog.optRTU && dialog.chkASCII8bits_Enabled && !dialog.chkASCII8bits);
   EXPECT_FALSE(dialog.chkDTR);
   EXPECT_TRUE(dialog.chkRTSToggle);
+  EXPECT_EQ(dialog.cmbTiming, LineTiming::Fast);
+  EXPECT_TRUE(dialog.chkEcho);
 
   dialog.cmbBaudRate = " 12345.6";  // typed, not in the list: kept unchecked
   dialog.cmbStopBits = " 1 stop bit";
   dialog.chkDTR = true;
   dialog.chkRTSToggle = false;
   dialog.optASCII = false;
+  dialog.cmbTiming = LineTiming::Standard;
+  dialog.chkEcho = false;
   dialog.Control_Click();
   EXPECT_FALSE(dialog.chkASCII8bits_Enabled);
   const DCB& dcb = dialog.Working(5).dcb;
@@ -64,6 +70,8 @@ TEST_F(ComDialog, ShowsThePortAsItsRecordSaysAndStoresWhatTheControlsSay) {
   EXPECT_FALSE(dialog.Visible);
   EXPECT_EQ(entry.dcb.BaudRate, 12346u);
   EXPECT_FALSE(entry.ASCII);
+  EXPECT_EQ(entry.Timing, LineTiming::Standard);
+  EXPECT_FALSE(entry.Echo);
   EXPECT_TRUE(bench.frame.Globals().SessionChanged);
 }
 
@@ -97,17 +105,37 @@ TEST_F(ComDialog, ShowAvailableListsOnlyPortsThatDidNotFail) {
 }
 
 TEST_F(ComDialog, ChangingAnOpenPortReopensItAtOnce) {
-  frmQuorvel& master = bench.Open(1, kMaster);
-  bench.Connect(master);
-  ASSERT_EQ(bench.frame.Port(1).State, PortEntry::kOpen);
-  dialog.ShowForm(1);
-  dialog.cmbBaudRate = " 19200";
-  dialog.Control_Click();
-  dialog.cmdOK_Click();
-  EXPECT_EQ(bench.frame.Port(1).State, PortEntry::kOpen);
-  EXPECT_EQ(bench.wire->OpenCount(platform::End::A), 2);
-  EXPECT_EQ(bench.wire->SettingsOf(platform::End::A).baudRate, 19200);
-  EXPECT_TRUE(bench.boxes.empty());
+  const struct {
+    const char* what;
+    void (*change)(frmCOMSettings&);
+    std::uint32_t baud;
+    LineTiming timing;
+    bool echo;
+  } cases[] = {
+      {"baud rate", [](frmCOMSettings& d) { d.cmbBaudRate = " 19200"; }, 19200, LineTiming::Classic, false},
+      {"timing", [](frmCOMSettings& d) { d.cmbTiming = LineTiming::Standard; }, 9600, LineTiming::Standard, false},
+      {"echo", [](frmCOMSettings& d) { d.chkEcho = true; }, 9600, LineTiming::Classic, true},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    Bench fresh;
+    frmCOMSettings settings{fresh.frame};
+    frmQuorvel& master = fresh.Open(1, kMaster);
+    fresh.Connect(master);
+    ASSERT_EQ(fresh.frame.Port(1).State, PortEntry::kOpen);
+    settings.ShowForm(1);
+    c.change(settings);
+    settings.Control_Click();
+    settings.cmdOK_Click();
+    const PortEntry& entry = fresh.frame.Port(1);
+    EXPECT_EQ(entry.State, PortEntry::kOpen);
+    EXPECT_EQ(fresh.wire->OpenCount(platform::End::A), 2);
+    EXPECT_EQ(fresh.wire->SettingsOf(platform::End::A).baudRate, static_cast<int>(c.baud));
+    EXPECT_EQ(entry.Timing, c.timing);
+    EXPECT_EQ(entry.Echo, c.echo);
+    EXPECT_TRUE(fresh.frame.Globals().SessionChanged);
+    EXPECT_TRUE(fresh.boxes.empty());
+  }
 }
 
 struct SettingsDialog : ::testing::Test {

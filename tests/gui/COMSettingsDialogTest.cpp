@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QCheckBox>
 #include <QComboBox>
 #include <QLineEdit>
 #include <QTest>
@@ -39,6 +40,9 @@ TEST_F(ComDialogView, TypedBaudAndEnterReachTheTable) {
   dialog.ShowForm(2);
   TypeBaud("12345");
   Choose(dialog.cmbParity(), " Even");
+  Choose(dialog.cmbTiming(), " Fast");
+  dialog.chkEcho().setFocus();
+  QTest::keyClick(&dialog.chkEcho(), Qt::Key_Space);
   EXPECT_EQ(host.ports[2].dcb.BaudRate, 9600u) << "nothing reaches the table before OK";
   // Enter in the typed box is the form's OK, not the list's.
   QTest::keyClick(dialog.cmbBaudRate().lineEdit(), Qt::Key_Return);
@@ -46,6 +50,8 @@ TEST_F(ComDialogView, TypedBaudAndEnterReachTheTable) {
   EXPECT_EQ(dialog.result(), QDialog::Accepted);
   EXPECT_EQ(host.ports[2].dcb.BaudRate, 12345u);
   EXPECT_EQ(host.ports[2].dcb.Parity, 2);
+  EXPECT_EQ(host.ports[2].Timing, LineTiming::Fast);
+  EXPECT_TRUE(host.ports[2].Echo);
   EXPECT_EQ(host.sessionChanges, 1);
 }
 

@@ -22,13 +22,14 @@ const std::map<std::string, CommandEntry>& Commands() {
       {"run",
        {RunRun,
         "run [--map COMn=PATH]... [--seconds S] FILE.qvc|FILE.qvs [--com N] [--mode master|slave|monitor] "
-        "[--id N] [--timeout MS] [--period MS] [--line 19200-8E1[-ascii]] [--write [W:]LABEL=TEXT]... "
-        "[--user-request [W:]LABEL]... [--save-session FILE.qvs]"}},
+        "[--id N] [--timeout MS] [--period MS] [--line 19200-8E1[-ascii]] [--timing classic|standard|fast] "
+        "[--echo] [--write [W:]LABEL=TEXT]... [--user-request [W:]LABEL]... [--save-session FILE.qvs]\n"
+        "      (--timing and --echo set the project's port, or every port a session uses over what it says)"}},
       {"demo", {RunDemo, "demo [--headless] [--seconds S] [--session FILE.qvs] [--baud B]"}},
       {"encode", {RunEncode, "encode CODE TEXT [--format F] [--k K] [--x0 X]"}},
       {"dump", {RunDump, "dump FILE.qvc [--codepage N]"}},
       {"build", {RunBuild, "build FILE.json -o FILE.qvc [--codepage N]"}},
-      {"nullmodem", {RunNullModem, "nullmodem [--baud B] [--drop N] [--flip N] [--noise N] [--link DIR]"}},
+      {"nullmodem", {RunNullModem, "nullmodem [--baud B] [--drop N] [--flip N] [--noise N] [--echo] [--link DIR]"}},
   };
   return kCommands;
 }

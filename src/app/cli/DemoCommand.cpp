@@ -27,6 +27,7 @@ namespace fs = std::filesystem;
 using platform::End;
 
 constexpr const char* kOptions[] = {"--seconds", "--session", "--baud"};
+constexpr const char* kFlags[] = {"--headless"};
 
 void PrintWindow(std::ostream& out, frmQuorvel& window, int second) {
   out << "[" << std::setw(4) << second << " s] " << window.Caption() << "\n";
@@ -86,18 +87,10 @@ int RunDesktop(const std::string& program, const std::string& session, const pla
 }  // namespace
 
 int RunDemo(const Args& args, Io& io) {
-  // --headless is the one option without a value.
-  Args rest;
-  bool headless = false;
-  for (const std::string& arg : args) {
-    if (arg == "--headless")
-      headless = true;
-    else
-      rest.push_back(arg);
-  }
   Options options;
   std::string error;
-  if (!SplitOptions(rest, kOptions, options, error)) return UsageError(io, "demo", error);
+  if (!SplitOptions(args, kOptions, options, error, kFlags)) return UsageError(io, "demo", error);
+  const bool headless = options.has("--headless");
   if (!options.positional.empty()) return UsageError(io, "demo", "unexpected argument '" + options.positional[0] + "'");
   double seconds = 0;
   if (const std::string* text = options.find("--seconds")) {

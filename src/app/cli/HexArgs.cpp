@@ -95,11 +95,18 @@ const std::string* Options::find(const std::string& name) const {
   return it == named.end() ? nullptr : &it->second;
 }
 
-bool SplitOptions(const Args& args, std::span<const char* const> names, Options& options, std::string& error) {
+bool Options::has(const std::string& flag) const { return std::find(flags.begin(), flags.end(), flag) != flags.end(); }
+
+bool SplitOptions(const Args& args, std::span<const char* const> names, Options& options, std::string& error,
+                  std::span<const char* const> flags) {
   for (std::size_t i = 0; i < args.size(); ++i) {
     const std::string& arg = args[i];
     if (arg.size() < 3 || arg.compare(0, 2, "--") != 0) {
       options.positional.push_back(arg);
+      continue;
+    }
+    if (std::find(flags.begin(), flags.end(), arg) != flags.end()) {
+      options.flags.push_back(arg);
       continue;
     }
     if (std::find(names.begin(), names.end(), arg) == names.end()) {

@@ -29,14 +29,18 @@ std::optional<double> ParseDouble(const std::string& text);
 // The shortest text that reads back as the same double.
 std::string NumberText(double value);
 
-// Splits "--name value" options listed in `names` out of args. Returns false,
-// with `error` set, for an option without a value or one not in `names`.
+// Splits "--name value" options listed in `names`, and the options listed in
+// `flags` that take no value, out of args. Returns false, with `error` set,
+// for an option without a value or one in neither list.
 struct Options {
   std::vector<std::string> positional;
   std::vector<std::pair<std::string, std::string>> named;
+  std::vector<std::string> flags;
 
   const std::string* find(const std::string& name) const;
+  bool has(const std::string& flag) const;
 };
-bool SplitOptions(const Args& args, std::span<const char* const> names, Options& options, std::string& error);
+bool SplitOptions(const Args& args, std::span<const char* const> names, Options& options, std::string& error,
+                  std::span<const char* const> flags = {});
 
 }  // namespace quorvel::cli

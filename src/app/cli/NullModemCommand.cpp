@@ -19,6 +19,7 @@ namespace fs = std::filesystem;
 using platform::End;
 
 constexpr const char* kOptions[] = {"--baud", "--drop", "--flip", "--noise", "--link"};
+constexpr const char* kFlags[] = {"--echo"};
 
 // A positive decimal number, at most `limit`.
 bool ParseCount(const std::string& text, std::uint32_t limit, std::uint32_t& value) {
@@ -68,7 +69,7 @@ void PrintCounts(std::ostream& out, const platform::NullModem& modem, End from) 
 int RunNullModem(const Args& args, Io& io) {
   Options options;
   std::string error;
-  if (!SplitOptions(args, kOptions, options, error)) return UsageError(io, "nullmodem", error);
+  if (!SplitOptions(args, kOptions, options, error, kFlags)) return UsageError(io, "nullmodem", error);
   if (!options.positional.empty())
     return UsageError(io, "nullmodem", "unexpected argument '" + options.positional.front() + "'");
 
@@ -77,6 +78,7 @@ int RunNullModem(const Args& args, Io& io) {
   if (const std::string* text = options.find("--baud"); text && !ParseCount(*text, 100'000'000, baud))
     return UsageError(io, "nullmodem", "not a baud rate: '" + *text + "'");
   settings.baudRate = static_cast<int>(baud);
+  settings.echo = options.has("--echo");
   const std::pair<const char*, std::uint32_t*> damage[] = {{"--drop", &settings.damage.dropEvery},
                                                            {"--flip", &settings.damage.flipEvery},
                                                            {"--noise", &settings.damage.noiseEvery}};

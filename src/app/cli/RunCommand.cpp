@@ -19,9 +19,10 @@
 namespace quorvel::cli {
 namespace {
 
-constexpr const char* kRunOptions[] = {"--map",   "--seconds",      "--com",         "--mode",
-                                       "--id",    "--timeout",      "--period",      "--line",
-                                       "--write", "--user-request", "--save-session"};
+constexpr const char* kRunOptions[] = {"--map",   "--seconds",      "--com",          "--mode",
+                                       "--id",    "--timeout",      "--period",       "--line",
+                                       "--write", "--user-request", "--save-session", "--timing"};
+constexpr const char* kRunFlags[] = {"--echo"};
 
 std::optional<std::int64_t> ParseInteger(const std::string& text, std::int64_t lo, std::int64_t hi) {
   const auto value = ParseDouble(text);
@@ -128,6 +129,31 @@ std::optional<WindowAction> ParseAction(const std::string& arg, bool withText) {
   return action;
 }
 
+// --timing and --echo over the ports the windows use: a project's one port,
+// or every port of a session, whatever the session says.
+void ApplyLineTiming(frmQuorvelMain& frame, std::optional<LineTiming> timing, bool echo) {
+  for (const auto& window : frame.Devices()) {
+    if (window->COM() == 0) continue;
+    PortEntry& entry = frame.Port(window->COM());
+    if (timing) entry.Timing = *timing;
+    if (echo) entry.Echo = true;
+  }
+}
+
+// The window's state with the timing of its port; none without a port.
+nlohmann::ordered_json RunWindowState(frmQuorvelMain& frame, frmQuorvel& window) {
+  nlohmann::ordered_json state = WindowState(window);
+  if (window.COM() == 0) {
+    state["timing"] = nullptr;
+    state["echo"] = nullptr;
+  } else {
+    const PortEntry& entry = frame.Port(window.COM());
+    state["timing"] = std::string(LineTimingName(entry.Timing));
+    state["echo"] = entry.Echo;
+  }
+  return state;
+}
+
 bool IsSession(const std::string& path) {
   return path.size() >= 4 && std::equal(path.end() - 4, path.end(), ".qvs", [](char a, char b) {
            return std::tolower(static_cast<unsigned char>(a)) == b;
@@ -139,7 +165,7 @@ bool IsSession(const std::string& path) {
 int RunRun(const Args& args, Io& io) {
   Options options;
   std::string error;
-  if (!SplitOptions(args, kRunOptions, options, error)) return UsageError(io, "run", error);
+  if (!SplitOptions(args, kRunOptions, options, error, kRunFlags)) return UsageError(io, "run", error);
   if (options.positional.size() != 1)
     return UsageError(io, "run", options.positional.empty() ? "" : "one project or session only");
   const std::string& file = options.positional[0];
@@ -171,6 +197,11 @@ int RunRun(const Args& args, Io& io) {
     if (!value || *value < 0) return UsageError(io, "run", "not a number of seconds: '" + *text + "'");
     seconds = *value;
   }
+  std::optional<LineTiming> timing;
+  if (const std::string* text = options.find("--timing")) {
+    timing = ParseLineTiming(*text);
+    if (!timing) return UsageError(io, "run", "timing is classic, standard or fast, not '" + *text + "'");
+  }
 
   // Blocked before anything else runs, so that a stop is never lost.
   const platform::StopSignals stop;
@@ -182,6 +213,7 @@ int RunRun(const Args& args, Io& io) {
     const int result = OpenProjectWindow(frame, file, options, io);
     if (result != kOk) return result;
   }
+  ApplyLineTiming(frame, timing, options.has("--echo"));
   for (const auto& action : writes)
     if (action.window > frame.Devices().size())
       return UsageError(io, "run", "there is no window " + std::to_string(action.window));
@@ -206,7 +238,7 @@ int RunRun(const Args& args, Io& io) {
     if (!SaveSession(frame, *target)) result = kFailed;
   }
   nlohmann::ordered_json windows = nlohmann::ordered_json::array();
-  for (const auto& window : frame.Devices()) windows.push_back(WindowState(*window));
+  for (const auto& window : frame.Devices()) windows.push_back(RunWindowState(frame, *window));
   nlohmann::ordered_json state = {{"windows", windows}, {"messages", frame.Messages()}};
   io.out << state.dump(2) << "\n";
   return result;

@@ -57,6 +57,21 @@ void COMSettingsDialog::BuildControls() {
   cmbBaudRate_->setInsertPolicy(QComboBox::NoInsert);
   cmbParity_ = List(ListOf(frmCOMSettings::kParities), this);
   cmbStopBits_ = List(ListOf(frmCOMSettings::kStopBits), this);
+  QStringList timings;
+  for (const LineTiming timing : {LineTiming::Classic, LineTiming::Standard, LineTiming::Fast}) {
+    const std::string_view name = LineTimingName(timing);
+    timings << QStringLiteral(" ") + QString::fromLatin1(name.data(), static_cast<qsizetype>(name.size()));
+  }
+  cmbTiming_ = List(timings, this);
+  cmbTiming_->setItemData(0, QStringLiteral("Frames end at a fixed gap; requests go out as soon as the port is free."),
+                          Qt::ToolTipRole);
+  cmbTiming_->setItemData(1,
+                          QStringLiteral("Modbus serial line timing: frames end by their length or 3.5 characters of "
+                                         "silence, which also goes before each request; late answers after a "
+                                         "failure are discarded."),
+                          Qt::ToolTipRole);
+  cmbTiming_->setItemData(2, QStringLiteral("Standard, without the silence before each request."), Qt::ToolTipRole);
+  cmbTiming_->setToolTip(QStringLiteral("Where frames end and when a request may go out"));
 
   auto* framing = new QGroupBox(QStringLiteral("Framing"), this);
   optRTU_ = new QRadioButton(QStringLiteral("R&TU"), framing);
@@ -70,6 +85,10 @@ void COMSettingsDialog::BuildControls() {
 
   chkDTR_ = new QCheckBox(QStringLiteral("&DTR On"), this);
   chkRTSToggle_ = new QCheckBox(QStringLiteral("RT&S Toggle"), this);
+  chkEcho_ = new QCheckBox(QStringLiteral("Remove &echo"), this);
+  chkEcho_->setToolTip(
+      QStringLiteral("For two-wire RS-485 adapters that hear their own transmission: "
+                     "the port drops what it sent before reading the answer."));
   QHBoxLayout* buttons = OkCancelRow(*this, cmdOK_, cmdCancel_);
 
   auto* grid = new QGridLayout;
@@ -78,11 +97,13 @@ void COMSettingsDialog::BuildControls() {
   AddCaptionedRow(*grid, 1, "&Baud rate:", cmbBaudRate_);
   AddCaptionedRow(*grid, 2, "Pa&rity:", cmbParity_);
   AddCaptionedRow(*grid, 3, "St&op bits:", cmbStopBits_);
+  AddCaptionedRow(*grid, 4, "T&iming:", cmbTiming_);
   grid->setColumnStretch(2, 1);
 
   auto* lines = new QHBoxLayout;
   lines->addWidget(chkDTR_);
   lines->addWidget(chkRTSToggle_);
+  lines->addWidget(chkEcho_);
   lines->addStretch();
 
   auto* form = new QVBoxLayout(this);
@@ -119,6 +140,8 @@ void COMSettingsDialog::Connect() {
   connect(chkASCII8bits_, &QCheckBox::toggled, this, store);
   connect(chkDTR_, &QCheckBox::toggled, this, store);
   connect(chkRTSToggle_, &QCheckBox::toggled, this, store);
+  connect(cmbTiming_, &QComboBox::currentIndexChanged, this, store);
+  connect(chkEcho_, &QCheckBox::toggled, this, store);
   connect(cmdOK_, &QPushButton::clicked, this, [this] {
     model_.cmdOK_Click();
     Refresh();
@@ -143,6 +166,8 @@ void COMSettingsDialog::StoreControls() {
   model_.chkASCII8bits = chkASCII8bits_->isChecked();
   model_.chkDTR = chkDTR_->isChecked();
   model_.chkRTSToggle = chkRTSToggle_->isChecked();
+  model_.cmbTiming = static_cast<LineTiming>(cmbTiming_->currentIndex());
+  model_.chkEcho = chkEcho_->isChecked();
   model_.Control_Click();
   Refresh();
 }
@@ -169,6 +194,8 @@ void COMSettingsDialog::Refresh() {
   chkASCII8bits_->setChecked(model_.chkASCII8bits);
   chkDTR_->setChecked(model_.chkDTR);
   chkRTSToggle_->setChecked(model_.chkRTSToggle);
+  cmbTiming_->setCurrentIndex(static_cast<int>(model_.cmbTiming));
+  chkEcho_->setChecked(model_.chkEcho);
   refreshing_ = false;
 }
 

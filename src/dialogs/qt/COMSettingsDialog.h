@@ -39,6 +39,8 @@ class COMSettingsDialog : public QDialog {
   QCheckBox& chkASCII8bits() const { return *chkASCII8bits_; }
   QCheckBox& chkDTR() const { return *chkDTR_; }
   QCheckBox& chkRTSToggle() const { return *chkRTSToggle_; }
+  QComboBox& cmbTiming() const { return *cmbTiming_; }
+  QCheckBox& chkEcho() const { return *chkEcho_; }
   QPushButton& cmdOK() const { return *cmdOK_; }
   QPushButton& cmdCancel() const { return *cmdCancel_; }
 
@@ -65,6 +67,8 @@ class COMSettingsDialog : public QDialog {
   QCheckBox* chkASCII8bits_;
   QCheckBox* chkDTR_;
   QCheckBox* chkRTSToggle_;
+  QComboBox* cmbTiming_;
+  QCheckBox* chkEcho_;
   QPushButton* cmdOK_;
   QPushButton* cmdCancel_;
 };
