@@ -62,7 +62,8 @@ class frmQuorvelMain : public DeviceHost, public DeviceDirectory {
 
   void PollingTimer_Timer();
   void CheckTimer_Timer();
-  // One tick of each enabled timer: for loops without a toolkit's timers.
+  // Each enabled handler once, as a loop without a toolkit's timers runs
+  // them when it wakes.
   void TimersTick() {
     if (pollingEnabled_) PollingTimer_Timer();
     if (checkEnabled_) CheckTimer_Timer();
