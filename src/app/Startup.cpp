@@ -1,12 +1,12 @@
 #include "app/Startup.h"
 
-#include <poll.h>
-
 #include <filesystem>
+#include <limits>
 #include <ostream>
 #include <system_error>
 
 #include "app/FileCommands.h"
+#include "app/PollLoop.h"
 #include "app/Settings.h"
 #include "platform/Clock.h"
 #include "platform/SettingsStore.h"
@@ -93,16 +93,13 @@ int RunHeadless(FirstCopy first, std::ostream& out, std::ostream& err) {
     tellOpened();
   };
 
+  PollLoop loop(frame, clock);
+  const int watched[] = {stop.fd(), first.Link ? first.Link->fd() : -1};
   for (;;) {
-    // Both timers tick every millisecond while ports are open; otherwise
-    // only a signal or the link can bring work.
-    const bool ticking = frame.PollingTimerEnabled() || frame.CheckTimerEnabled();
-    pollfd fds[2] = {{stop.fd(), POLLIN, 0}, {first.Link ? first.Link->fd() : -1, POLLIN, 0}};
-    if (poll(fds, 2, ticking || stop.fd() < 0 ? 1 : -1) > 0) {
-      if (fds[0].revents & POLLIN) break;
-      if (fds[1].revents & POLLIN) first.Link->Service(receive);
-    }
-    frame.TimersTick();
+    // With no port open only a signal or the link can bring work.
+    const PollLoop::Turn turn = loop.Run(watched, std::numeric_limits<double>::infinity());
+    if (turn.ready[0]) break;
+    if (turn.ready[1]) first.Link->Service(receive);
     tellOpened();
   }
   frame.Unload();

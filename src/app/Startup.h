@@ -62,7 +62,7 @@ std::optional<FirstCopy> Main(std::span<const char* const> args, const std::stri
                               const platform::LinkLimits& limits = {});
 
 // The first copy without a window: the frame's core with the file of its own
-// command line, the two timers and the link, served in one loop until SIGINT,
+// command line, its ports and the link, served in one loop until SIGINT,
 // SIGTERM or SIGHUP. Each device window that opens is told on `out` as
 // "Opened: " and its project file; message-box texts go to `err`.
 int RunHeadless(FirstCopy first, std::ostream& out, std::ostream& err);

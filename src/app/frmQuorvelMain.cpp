@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iostream>
+#include <limits>
 
 #include "app/FileCommands.h"
 #include "app/RecentLists.h"
@@ -105,25 +106,27 @@ void frmQuorvelMain::OpenCOM() {
   pollingEnabled_ = portsActive_;
 }
 
-void frmQuorvelMain::PollingTimer_Timer() {
+std::array<frmQuorvel*, 17> frmQuorvelMain::PollingCandidates() const {
   std::array<frmQuorvel*, 17> best{};
-  std::array<std::int32_t, 17> bestTime;
-  bestTime.fill(frmQuorvel::kNever);
   for (const auto& form : forms_) {
     const std::int16_t com = form->COM();
     if (com == 0) continue;
     const PortEntry& entry = Port(com);
     if (!entry.Busy && entry.State == PortEntry::kOpen && form->Connected() && form->Mode() == kMaster) {
-      // Strictly less: ties go to the window loaded first.
-      if (form->NextTime() < bestTime[com]) {
-        best[com] = form.get();
-        bestTime[com] = form->NextTime();
-      }
+      // Strictly less: ties go to the window loaded first, and a window that
+      // is never due is never a candidate.
+      const std::int32_t bestTime = best[com] ? best[com]->NextTime() : frmQuorvel::kNever;
+      if (form->NextTime() < bestTime) best[com] = form.get();
     }
   }
+  return best;
+}
+
+void frmQuorvelMain::PollingTimer_Timer() {
+  const std::array<frmQuorvel*, 17> best = PollingCandidates();
   const std::int32_t now = clock_.GetTickCount();
   for (int com = 1; com <= 16; ++com) {
-    if (best[com] && !Port(com).Busy && bestTime[com] < now) best[com]->DoRequest();
+    if (best[com] && !Port(com).Busy && best[com]->NextTime() < now) best[com]->DoRequest();
   }
 }
 
@@ -136,6 +139,53 @@ void frmQuorvelMain::CheckTimer_Timer() {
     PortEntry& entry = Port(com);
     if (entry.Busy && entry.State == PortEntry::kOpen && entry.Connections != 0 && entry.Port) entry.Port->Hit();
   }
+}
+
+double frmQuorvelMain::WhenTickPasses(std::int32_t time, double nowMs) const {
+  if (time == frmQuorvel::kNever) return std::numeric_limits<double>::infinity();
+  // The tick count is the low 32 bits of the clock's whole milliseconds, read
+  // as signed: sampled with the nanoseconds inside one millisecond, the two
+  // tell when the count next turns. Read again if it turned in between.
+  std::int32_t tick = clock_.GetTickCount();
+  std::int64_t ns = clock_.Nanoseconds();
+  if (const std::int32_t again = clock_.GetTickCount(); again != tick) {
+    tick = again;
+    ns = clock_.Nanoseconds();
+  }
+  // A plain signed comparison, as the handler makes it: a time set past the
+  // wrap into negative numbers is due at once, and one that the count has
+  // wrapped under is due only when the count comes round again.
+  const std::int64_t ahead = std::int64_t{time} + 1 - tick;
+  if (ahead <= 0) return nowMs;
+  const std::int64_t intoTickNs = ((ns % 1'000'000) + 1'000'000) % 1'000'000;
+  return nowMs + static_cast<double>(ahead) - static_cast<double>(intoTickNs) / 1e6;
+}
+
+frmQuorvelMain::Wake frmQuorvelMain::NextWake() const {
+  const double nowMs = clock_.GetTimeMs();
+  Wake wake{std::numeric_limits<double>::infinity(), {}};
+  if (checkEnabled_) {
+    // The check handler turns itself off once no port is open.
+    if (!portsActive_) wake.AtMs = nowMs;
+    for (int com = 1; com <= 16; ++com) {
+      const PortEntry& entry = Port(com);
+      if (!(entry.Busy && entry.State == PortEntry::kOpen && entry.Connections != 0 && entry.Port)) continue;
+      const clsCOM& port = *entry.Port;
+      wake.AtMs = std::min(wake.AtMs, port.NextDeadlineMs());
+      const int fd = port.Descriptor();
+      if (fd < 0) {
+        // Nothing tells of its bytes (or of a line that comes back).
+        wake.AtMs = std::min(wake.AtMs, nowMs + kTimeServiceMs);
+      } else if (port.WantsBytes()) {
+        wake.Descriptors.push_back(fd);
+      }
+    }
+  }
+  if (pollingEnabled_) {
+    for (const frmQuorvel* form : PollingCandidates())
+      if (form) wake.AtMs = std::min(wake.AtMs, WhenTickPasses(form->NextTime(), nowMs));
+  }
+  return wake;
 }
 
 void frmQuorvelMain::MsgBox(const std::string& text) {

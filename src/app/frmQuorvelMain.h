@@ -1,9 +1,12 @@
 #pragma once
 
 // The main frame's core: the device windows in load order, the port table,
-// opening and closing ports, and the two timer ticks that drive all traffic.
-// The desktop frame and the headless runner both sit on top of it.
+// opening and closing ports, and the two timer handlers that drive all
+// traffic. The desktop frame and the headless runner both sit on top of it and
+// call the handlers when NextWake says there is work, or a watched line has
+// bytes.
 
+#include <array>
 #include <functional>
 #include <memory>
 #include <string>
@@ -32,6 +35,7 @@ class frmQuorvelMain : public DeviceHost, public DeviceDirectory {
   PublicVeriables& Globals() { return globals_; }
   const PublicVeriables& Globals() const { return globals_; }
   const platform::PortMap& PortMap() const { return portMap_; }
+  const platform::Clock& clock() const { return clock_; }
 
   // Where message boxes and message-window texts go.
   void SetMsgBoxSink(MessageSink sink) { msgBox_ = std::move(sink); }
@@ -58,17 +62,32 @@ class frmQuorvelMain : public DeviceHost, public DeviceDirectory {
 
   void PollingTimer_Timer();
   void CheckTimer_Timer();
-  // One tick of each enabled timer: for loops without a toolkit's timers.
+  // Each enabled handler once, as a loop without a toolkit's timers runs
+  // them when it wakes.
   void TimersTick() {
     if (pollingEnabled_) PollingTimer_Timer();
     if (checkEnabled_) CheckTimer_Timer();
   }
+  // When the handlers next have work if nothing else happens: the clock's
+  // milliseconds (GetTimeMs) by which they must run, +infinity when none is
+  // timed; and the lines whose arriving bytes must run them at once. A change
+  // made from outside the handlers (a command, a queued request, Connect)
+  // moves it: a loop asks again after each.
+  struct Wake {
+    double AtMs;
+    std::vector<int> Descriptors;
+  };
+  Wake NextWake() const;
+  // A busy line with no descriptor is looked at this often.
+  static constexpr double kTimeServiceMs = 1;
+
   bool PortsActive() const { return portsActive_; }
   bool PollingTimerEnabled() const { return pollingEnabled_; }
   bool CheckTimerEnabled() const { return checkEnabled_; }
 
   // DeviceHost
   PortEntry& Port(int com) override { return globals_.Ports.at(static_cast<std::size_t>(com)); }
+  const PortEntry& Port(int com) const { return globals_.Ports.at(static_cast<std::size_t>(com)); }
   void OpenCOM() override;
   std::int32_t GetTickCount() override { return clock_.GetTickCount(); }
   void MsgBox(const std::string& text) override;
@@ -85,6 +104,14 @@ class frmQuorvelMain : public DeviceHost, public DeviceDirectory {
   DeviceLink& Device(std::size_t index) override { return *forms_.at(index); }
 
  private:
+  // Per port, the connected Master window the polling handler would serve
+  // next: the one with the smallest NextTime (the first loaded on a tie), on
+  // an open port that is not busy; null where there is none.
+  std::array<frmQuorvel*, 17> PollingCandidates() const;
+  // When the tick count will have passed `time` as the polling handler
+  // compares them, in the clock's milliseconds.
+  double WhenTickPasses(std::int32_t time, double nowMs) const;
+
   platform::Clock& clock_;
   platform::PortMap portMap_;
   LineFactory lines_;

@@ -68,6 +68,17 @@ inline void WriteBytes(const std::string& path, const std::string& bytes) {
   std::ofstream(path, std::ios::binary) << bytes;
 }
 
+// The sample project in a window of `mode` on `com`, connected, its port open.
+inline frmQuorvel& ConnectSample(frmQuorvelMain& frame, std::int16_t com, std::int16_t mode) {
+  frmQuorvel* window = frame.OpenProject(std::string(QUORVEL_BIN_DIR) + "/Coriolis.qvc");
+  if (!window) throw std::runtime_error("sample project did not load");
+  window->SetMode(mode);
+  window->SetCOM(com);
+  window->SetConnected(true);
+  frame.OpenCOM();
+  return *window;
+}
+
 // A headless frame whose message boxes are collected.
 struct TestFrame {
   platform::ManualClock clock;

@@ -2,41 +2,30 @@
 // by the frame's two timers, and a plain libmodbus client loop, each reading
 // 10 holding registers from a libmodbus RTU server, set against what the line
 // itself can carry.
-//
-// This is the one place where a second thread is fine: the cable and the
-// server run beside the master, as real hardware would.
 
 #include <modbus.h>
-#include <stdlib.h>
 
 #include <array>
-#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
-#include <filesystem>
 #include <iostream>
-#include <memory>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "BenchSupport.h"
 #include "app/frmQuorvelMain.h"
-#include "platform/NullModem.h"
-#include "project/CodePage.h"
-#include "project/ProjectJson.h"
-#include "project/ProjectWriter.h"
 #include "serial/PortEntry.h"
 
 namespace {
 
 using namespace quorvel;
+using namespace quorvel::bench;
 using Steady = std::chrono::steady_clock;
 
-constexpr int kSlaveId = 1;
 constexpr int kRegisters = 10;
 constexpr int kRequestChars = 8;                    // address, function, start, count, CRC
 constexpr int kResponseChars = 5 + 2 * kRegisters;  // address, function, byte count, data, CRC
@@ -54,124 +43,6 @@ struct Outcome {
   double seconds = 0;
   double busySeconds = 0;  // our master: time the port spent in transactions
   double Tps() const { return seconds > 0 ? good / seconds : 0; }
-};
-
-struct ModbusFree {
-  void operator()(modbus_t* ctx) const {
-    modbus_close(ctx);
-    modbus_free(ctx);
-  }
-};
-using ModbusContext = std::unique_ptr<modbus_t, ModbusFree>;
-
-struct MappingFree {
-  void operator()(modbus_mapping_t* m) const { modbus_mapping_free(m); }
-};
-
-std::runtime_error ModbusError(const std::string& what) {
-  return std::runtime_error(what + ": " + modbus_strerror(errno));
-}
-
-// A libmodbus RTU context on `path`, connected, talking to slave kSlaveId.
-ModbusContext ConnectRtu(const std::string& path, int baud) {
-  ModbusContext ctx(modbus_new_rtu(path.c_str(), baud, 'N', 8, 1));
-  if (!ctx) throw ModbusError("modbus_new_rtu " + path);
-  if (modbus_set_slave(ctx.get(), kSlaveId) != 0) throw ModbusError("modbus_set_slave");
-  if (modbus_connect(ctx.get()) != 0) throw ModbusError("modbus_connect " + path);
-  return ctx;
-}
-
-// A paced null-modem cable forwarding on its own thread, with a libmodbus RTU
-// server answering on end B. Clients open end A.
-class ServedLine {
- public:
-  explicit ServedLine(int baud)
-      : modem_(platform::NullModemOptions{.baudRate = baud, .damage = {}}), mapping_(modbus_mapping_new(0, 0, 16, 0)) {
-    if (!mapping_) throw ModbusError("modbus_mapping_new");
-    for (int i = 0; i < mapping_->nb_registers; ++i)
-      mapping_->tab_registers[i] = static_cast<std::uint16_t>(0x1111 * i);
-    forwarder_ = std::thread([this] { modem_.Run(); });
-    try {
-      // Connected before any client writes, so that no request meets a closed end.
-      server_ = ConnectRtu(modem_.Path(platform::End::B), baud);
-      // Wakes the server now and then to see whether it should stop.
-      modbus_set_indication_timeout(server_.get(), 0, 100'000);
-    } catch (...) {
-      StopForwarder();
-      throw;
-    }
-    serving_ = std::thread([this] { Serve(); });
-  }
-
-  ~ServedLine() {
-    stop_ = true;
-    serving_.join();
-    server_.reset();
-    StopForwarder();
-  }
-
-  ServedLine(const ServedLine&) = delete;
-  ServedLine& operator=(const ServedLine&) = delete;
-
-  const std::string& ClientPath() const { return modem_.Path(platform::End::A); }
-
- private:
-  void Serve() {
-    std::array<std::uint8_t, MODBUS_RTU_MAX_ADU_LENGTH> query{};
-    while (!stop_) {
-      const int length = modbus_receive(server_.get(), query.data());
-      // 0: a frame for another slave; -1: the idle wake-up or a spoilt frame.
-      if (length > 0) modbus_reply(server_.get(), query.data(), length, mapping_.get());
-    }
-  }
-
-  void StopForwarder() {
-    modem_.Stop();
-    forwarder_.join();
-  }
-
-  platform::NullModem modem_;
-  std::unique_ptr<modbus_mapping_t, MappingFree> mapping_;
-  ModbusContext server_;
-  std::atomic<bool> stop_{false};
-  std::thread forwarder_;
-  std::thread serving_;
-};
-
-// A project with one periodic request: read 10 holding registers from 0, due
-// again as soon as it is answered.
-std::string WriteProjectFile(const std::filesystem::path& dir) {
-  const nlohmann::ordered_json json = {
-      {"header", "DraventaFabricant line benchmark\r\n"},
-      {"Timeout", 1000},
-      {"Interval", 1},
-      {"requests",
-       {{{"func", 3}, {"readAddr", 0}, {"readQnt", kRegisters}, {"control", 0}, {"period", 0}, {"label", "Read"}}}}};
-  const auto bytes = WriteProject(ProjectFromJson(json, CodePage::Default()));
-  const std::string path = (dir / "line.qvc").string();
-  std::string error;
-  if (!SaveProjectBytes(path, bytes, error)) throw std::runtime_error("cannot write " + path + ": " + error);
-  return path;
-}
-
-// A scratch folder that goes with its contents.
-class ScratchDir {
- public:
-  ScratchDir() {
-    std::string name = (std::filesystem::temp_directory_path() / "quorvel-line-bench-XXXXXX").string();
-    if (!mkdtemp(name.data())) throw std::runtime_error("cannot make a scratch folder");
-    path_ = name;
-  }
-  ~ScratchDir() {
-    std::error_code ec;
-    std::filesystem::remove_all(path_, ec);
-  }
-  ScratchDir(const ScratchDir&) = delete;
-  ScratchDir& operator=(const ScratchDir&) = delete;
-  const std::filesystem::path& Path() const { return path_; }
-
- private:
-  std::filesystem::path path_;
 };
 
 // Our master on COM1, ticking both timers until `seconds` have passed and the
@@ -284,7 +155,7 @@ void PrintTable(const std::vector<Row>& rows) {
 int main() {
   try {
     const ScratchDir scratch;
-    const std::string project = WriteProjectFile(scratch.Path());
+    const std::string project = WriteReadProject(scratch.Path(), kRegisters, 0);
     // Slow lines get longer runs, so that both give a few hundred transactions
     // or more; the whole run stays under 30 s.
     const std::array<std::pair<int, double>, 2> lines = {{{9600, 5.0}, {115200, 3.0}}};

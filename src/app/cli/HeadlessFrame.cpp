@@ -1,7 +1,10 @@
 #include "app/cli/HeadlessFrame.h"
 
+#include <algorithm>
 #include <chrono>
+#include <limits>
 
+#include "app/PollLoop.h"
 #include "dialogs/frmUserWrite.h"
 
 namespace quorvel::cli {
@@ -30,15 +33,23 @@ void HeadlessFrame::ShowUserWrite(frmQuorvel& window, const ElementCollection& e
 void HeadlessFrame::Drive(const platform::StopSignals& stop, double seconds, const std::function<void()>& everySecond) {
   using Clock = std::chrono::steady_clock;
   const auto start = Clock::now();
-  const auto end = start + std::chrono::duration<double>(seconds);
+  const auto end = start + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
   auto nextReport = start + std::chrono::seconds(1);
-  while (seconds == 0 || Clock::now() < end) {
-    TimersTick();
-    if (everySecond && Clock::now() >= nextReport) {
+  PollLoop loop(*this, clock());
+  const int stopFd[] = {stop.fd()};
+  for (;;) {
+    const auto now = Clock::now();
+    if (seconds != 0 && now >= end) break;
+    if (everySecond && now >= nextReport) {
       everySecond();
       nextReport += std::chrono::seconds(1);
     }
-    if (stop.Wait(1)) break;
+    auto until = everySecond ? nextReport : Clock::time_point::max();
+    if (seconds != 0) until = std::min(until, end);
+    const double maxMs = until == Clock::time_point::max()
+                             ? std::numeric_limits<double>::infinity()
+                             : std::chrono::duration<double, std::milli>(until - now).count();
+    if (loop.Run(stopFd, maxMs).ready[0]) break;
   }
 }
 

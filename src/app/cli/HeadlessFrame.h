@@ -25,8 +25,9 @@ class HeadlessFrame : public frmQuorvelMain {
   const std::vector<std::string>& Messages() const { return messages_; }
   void Tell(const std::string& text);
 
-  // Runs the two 1 ms timers for `seconds` (0: until stopped) or until a
-  // stop signal arrives; `everySecond` is called once a second.
+  // Serves the ports for `seconds` (0: until stopped) or until a stop signal
+  // arrives, waking only for bytes on a line and for the frame's deadlines;
+  // `everySecond` is called once a second.
   void Drive(const platform::StopSignals& stop, double seconds, const std::function<void()>& everySecond = {});
 
  private:

@@ -1,5 +1,6 @@
 #include "app/qt/MainWindow.h"
 
+#include <QApplication>
 #include <QCloseEvent>
 #include <QDesktopServices>
 #include <QFile>
@@ -11,6 +12,8 @@
 #include <QScreen>
 #include <QSocketNotifier>
 #include <QUrl>
+#include <algorithm>
+#include <cmath>
 
 #include "app/FileCommands.h"
 #include "app/Settings.h"
@@ -29,6 +32,10 @@
 namespace quorvel {
 namespace {
 
+// The longest the ports' service sleeps while on: a change the frame was not
+// told of is served this late at worst.
+constexpr double kWakeCapMs = 100;
+
 // Exceptions must not cross Qt's event loop: a failed command is reported and
 // the program goes on.
 template <typename Run>
@@ -43,23 +50,19 @@ void Guarded(MainWindow& main, Run run) {
 }  // namespace
 
 MainWindow::MainWindow(platform::Clock& clock, platform::PortMap portMap, platform::SettingsStore& store)
-    : frmQuorvelMain(clock, std::move(portMap)), store_(store), area_(new QMdiArea), menus_(*menuBar(), *this) {
+    : frmQuorvelMain(clock, std::move(portMap)),
+      store_(store),
+      area_(new QMdiArea),
+      menus_(*menuBar(), *this),
+      pacer_(*this, clock, kWakeCapMs) {
   setCentralWidget(area_);
   area_->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
   area_->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
   connect(area_, &QMdiArea::subWindowActivated, this, [this] { ActiveChanged(); });
-  for (QTimer* timer : {&polling_, &check_}) {
-    timer->setTimerType(Qt::PreciseTimer);
-    timer->setInterval(1);
-  }
-  connect(&polling_, &QTimer::timeout, this, [this] {
-    Guarded(*this, [this] { PollingTimer_Timer(); });
-    SyncTimers();
-  });
-  connect(&check_, &QTimer::timeout, this, [this] {
-    Guarded(*this, [this] { CheckTimer_Timer(); });
-    SyncTimers();
-  });
+  wake_.setTimerType(Qt::PreciseTimer);
+  wake_.setSingleShot(true);
+  connect(&wake_, &QTimer::timeout, this, [this] { Serve(); });
+  qApp->installEventFilter(this);
   // Values arrive on the panels as they come; captions, the statistics line
   // and the menus are caught up with a few times a second.
   refresh_.setInterval(100);
@@ -234,8 +237,68 @@ void MainWindow::SyncWindows() {
 }
 
 void MainWindow::SyncTimers() {
-  if (PollingTimerEnabled() != polling_.isActive()) PollingTimerEnabled() ? polling_.start() : polling_.stop();
-  if (CheckTimerEnabled() != check_.isActive()) CheckTimerEnabled() ? check_.start() : check_.stop();
+  pollingOn_ = PollingTimerEnabled();
+  checkOn_ = CheckTimerEnabled();
+  if (closing_ || (!pollingOn_ && !checkOn_)) {
+    StopService();
+    return;
+  }
+  const WakePacer::Wait wait = pacer_.Next();
+  for (const int fd : wait.Descriptors) {
+    if (notifiers_.count(fd)) continue;
+    auto* notifier = new QSocketNotifier(fd, QSocketNotifier::Read, this);
+    notifier->setEnabled(false);
+    connect(notifier, &QSocketNotifier::activated, this, [this] { Serve(); });
+    notifiers_[fd] = notifier;
+  }
+  // A line's descriptor closes with its port; its notifier is off by then,
+  // since every change to the ports comes back here before the next event.
+  for (auto& [fd, notifier] : notifiers_) {
+    const bool wanted = std::find(wait.Descriptors.begin(), wait.Descriptors.end(), fd) != wait.Descriptors.end();
+    if (notifier->isEnabled() != wanted) notifier->setEnabled(wanted);
+  }
+  // Whole milliseconds, rounded up: a wake-up before the deadline would find
+  // nothing to do and come again at once.
+  wake_.start(static_cast<int>(std::ceil(std::min(wait.TimeoutMs, kWakeCapMs))));
+}
+
+void MainWindow::StopService() {
+  wake_.stop();
+  for (auto& [fd, notifier] : notifiers_) notifier->setEnabled(false);
+}
+
+void MainWindow::Serve() {
+  if (pollingOn_) Guarded(*this, [this] { PollingTimer_Timer(); });
+  if (checkOn_) Guarded(*this, [this] { CheckTimer_Timer(); });
+  pacer_.Ran();
+  SyncTimers();
+}
+
+bool MainWindow::eventFilter(QObject* watched, QEvent* event) {
+  switch (event->type()) {
+    case QEvent::KeyPress:
+    case QEvent::KeyRelease:
+    case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonRelease:
+    case QEvent::MouseButtonDblClick:
+    case QEvent::Shortcut:
+      // A value typed or a request chosen may have changed what is due; the
+      // event is handled after this, so the re-arm comes after it.
+      if (!rearmPosted_) {
+        rearmPosted_ = true;
+        QMetaObject::invokeMethod(
+            this,
+            [this] {
+              rearmPosted_ = false;
+              SyncTimers();
+            },
+            Qt::QueuedConnection);
+      }
+      break;
+    default:
+      break;
+  }
+  return QMainWindow::eventFilter(watched, event);
 }
 
 void MainWindow::ActiveChanged() {
@@ -359,8 +422,7 @@ void MainWindow::closeEvent(QCloseEvent* event) {
   Minimized = isMinimized();
   if (!Minimized) Placement = ToTwips(geometry());
   closing_ = true;
-  polling_.stop();
-  check_.stop();
+  StopService();
   refresh_.stop();
   // Views before the cores they show; then the frame's own unload.
   for (auto& [core, sub] : views_) {

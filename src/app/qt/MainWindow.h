@@ -2,7 +2,9 @@
 
 // The desktop frame: the frame's core drawn as a multiple-document window,
 // with one sub-window per device window, the menu bar of the active one, the
-// two 1 ms timers, the settings, the exit prompt and the first copy's link.
+// ports' service (a single-shot timer for the frame's next deadline and a
+// notifier for each line that waits for bytes), the settings, the exit prompt
+// and the first copy's link.
 
 #include <functional>
 #include <map>
@@ -12,6 +14,7 @@
 #include <QMainWindow>
 #include <QTimer>
 
+#include "app/WakePacer.h"
 #include "app/frmQuorvelMain.h"
 #include "app/qt/MenuBar.h"
 #include "platform/InstanceLink.h"
@@ -46,7 +49,8 @@ class MainWindow : public QMainWindow, public frmQuorvelMain {
   std::vector<DeviceWindow*> Views() const;
   QMdiArea& Area() const { return *area_; }
   MenuBar& Menus() { return menus_; }
-  bool PollingTimerActive() const { return polling_.isActive(); }
+  // The polling handler is on: the core says so and a wake-up is armed.
+  bool PollingTimerActive() const { return pollingOn_ && wake_.isActive(); }
   // Brings views, timers, captions and menus in line with the core.
   void SyncView();
 
@@ -66,10 +70,17 @@ class MainWindow : public QMainWindow, public frmQuorvelMain {
 
  protected:
   void closeEvent(QCloseEvent* event) override;
+  // Sees every input event of the program, to re-arm the wake-up after it.
+  bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
   void SyncWindows();
+  // Turns the handlers on or off as the core says, and arms the wake-up
+  // and the notifiers for what the core waits for now.
   void SyncTimers();
+  // Runs the enabled handlers: the deadline came, or `fd` has bytes.
+  void Serve();
+  void StopService();
   void ActiveChanged();
   QMdiSubWindow* AddView(frmQuorvel& window);
   void OpenCompanion(const std::string& file);
@@ -83,8 +94,12 @@ class MainWindow : public QMainWindow, public frmQuorvelMain {
   platform::SettingsStore& store_;
   QMdiArea* area_;
   MenuBar menus_;
-  QTimer polling_;
-  QTimer check_;
+  WakePacer pacer_;
+  QTimer wake_;
+  std::map<int, QSocketNotifier*> notifiers_;  // by descriptor, enabled while wanted
+  bool pollingOn_ = false;
+  bool checkOn_ = false;
+  bool rearmPosted_ = false;
   QTimer refresh_;
   std::map<frmQuorvel*, QMdiSubWindow*> views_;
   std::map<frmQuorvel*, WindowPlacement> placed_;
