@@ -122,11 +122,26 @@ std::array<frmQuorvel*, 17> frmQuorvelMain::PollingCandidates() const {
   return best;
 }
 
+bool frmQuorvelMain::Due(const frmQuorvel& form, std::int32_t now) const {
+  const std::int32_t time = form.NextTime();
+  if (Port(form.COM()).Timing == LineTiming::Classic) return time < now;
+  return time != frmQuorvel::kNever && time <= now;
+}
+
 void frmQuorvelMain::PollingTimer_Timer() {
   const std::array<frmQuorvel*, 17> best = PollingCandidates();
   const std::int32_t now = clock_.GetTickCount();
   for (int com = 1; com <= 16; ++com) {
-    if (best[com] && !Port(com).Busy && best[com]->NextTime() < now) best[com]->DoRequest();
+    if (best[com] && !Port(com).Busy && Due(*best[com], now)) best[com]->DoRequest();
+  }
+}
+
+void frmQuorvelMain::SendOnFreedPorts() {
+  const std::array<frmQuorvel*, 17> best = PollingCandidates();
+  const std::int32_t now = clock_.GetTickCount();
+  for (int com = 1; com <= 16; ++com) {
+    if (best[com] && Port(com).Timing != LineTiming::Classic && !Port(com).Busy && Due(*best[com], now))
+      best[com]->DoRequest();
   }
 }
 
@@ -141,7 +156,7 @@ void frmQuorvelMain::CheckTimer_Timer() {
   }
 }
 
-double frmQuorvelMain::WhenTickPasses(std::int32_t time, double nowMs) const {
+double frmQuorvelMain::WhenTickPasses(std::int32_t time, double nowMs, bool reached) const {
   if (time == frmQuorvel::kNever) return std::numeric_limits<double>::infinity();
   // The tick count is the low 32 bits of the clock's whole milliseconds, read
   // as signed: sampled with the nanoseconds inside one millisecond, the two
@@ -155,7 +170,7 @@ double frmQuorvelMain::WhenTickPasses(std::int32_t time, double nowMs) const {
   // A plain signed comparison, as the handler makes it: a time set past the
   // wrap into negative numbers is due at once, and one that the count has
   // wrapped under is due only when the count comes round again.
-  const std::int64_t ahead = std::int64_t{time} + 1 - tick;
+  const std::int64_t ahead = std::int64_t{time} + (reached ? 0 : 1) - tick;
   if (ahead <= 0) return nowMs;
   const std::int64_t intoTickNs = ((ns % 1'000'000) + 1'000'000) % 1'000'000;
   return nowMs + static_cast<double>(ahead) - static_cast<double>(intoTickNs) / 1e6;
@@ -183,7 +198,9 @@ frmQuorvelMain::Wake frmQuorvelMain::NextWake() const {
   }
   if (pollingEnabled_) {
     for (const frmQuorvel* form : PollingCandidates())
-      if (form) wake.AtMs = std::min(wake.AtMs, WhenTickPasses(form->NextTime(), nowMs));
+      if (form)
+        wake.AtMs = std::min(wake.AtMs,
+                             WhenTickPasses(form->NextTime(), nowMs, Port(form->COM()).Timing != LineTiming::Classic));
   }
   return wake;
 }

@@ -67,7 +67,13 @@ class frmQuorvelMain : public DeviceHost, public DeviceDirectory {
   void TimersTick() {
     if (pollingEnabled_) PollingTimer_Timer();
     if (checkEnabled_) CheckTimer_Timer();
+    if (pollingEnabled_) SendOnFreedPorts();
   }
+  // After the check handler: a port with the Standard or Fast timing whose
+  // answer has just come in sends its next due request in the same turn
+  // instead of on the next tick; the port keeps whatever silence its timing
+  // wants before the request. Classic ports wait for the next tick as ever.
+  void SendOnFreedPorts();
   // When the handlers next have work if nothing else happens: the clock's
   // milliseconds (GetTimeMs) by which they must run, +infinity when none is
   // timed; and the lines whose arriving bytes must run them at once. A change
@@ -110,7 +116,10 @@ class frmQuorvelMain : public DeviceHost, public DeviceDirectory {
   std::array<frmQuorvel*, 17> PollingCandidates() const;
   // When the tick count will have passed `time` as the polling handler
   // compares them, in the clock's milliseconds.
-  double WhenTickPasses(std::int32_t time, double nowMs) const;
+  // `reached`: the time itself is enough (a port that is not Classic).
+  double WhenTickPasses(std::int32_t time, double nowMs, bool reached) const;
+  // Whether `form`'s NextTime has come, as the handler judges it for its port.
+  bool Due(const frmQuorvel& form, std::int32_t now) const;
 
   platform::Clock& clock_;
   platform::PortMap portMap_;

@@ -270,6 +270,7 @@ void MainWindow::StopService() {
 void MainWindow::Serve() {
   if (pollingOn_) Guarded(*this, [this] { PollingTimer_Timer(); });
   if (checkOn_) Guarded(*this, [this] { CheckTimer_Timer(); });
+  if (pollingOn_) Guarded(*this, [this] { SendOnFreedPorts(); });
   pacer_.Ran();
   SyncTimers();
 }
