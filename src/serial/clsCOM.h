@@ -3,8 +3,9 @@
 // The serial port object: one per open port (COM1..COM16), held in the port's
 // record of the port table and shared by every device window on that port.
 // It opens and configures the line, owns the frame buffer, sends requests
-// (Master) and answers (Slave), and is serviced by Hit, called every
-// millisecond or so while the port is busy. Hit never waits: it looks at what
+// (Master) and answers (Slave), and is serviced by Hit while the port is
+// busy: when bytes arrive on its line and at its next deadline
+// (NextDeadlineMs). Hit never waits: it looks at what
 // has arrived, compares the clock with the deadlines, and when a frame is
 // complete hands it to the device window concerned (GetResponce for an
 // answer, DoResponce for a request, FrameHeard for a listening Monitor).

@@ -168,6 +168,31 @@ TEST(FrameWake, BusyPortsGiveTheirDeadlineAndLinesAndLeaveThePolling) {
   EXPECT_EQ(f.Ahead(), frmQuorvelMain::kTimeServiceMs);
 }
 
+// The sample's four periodic requests are all due at once: a Classic port
+// lies free from each answer to the next tick; a Fast one sends the next
+// request in the turn the answer comes in.
+TEST(FrameWake, FastPortSendsTheNextRequestInTheTurnItsAnswerComesIn) {
+  for (const LineTiming timing : {LineTiming::Classic, LineTiming::Fast}) {
+    SCOPED_TRACE(LineTimingName(timing));
+    Frame f;
+    f.frame.Port(1).Timing = timing;
+    frmQuorvel& master = f.Master(1);
+    testing::ConnectSample(f.frame, 2, kSlave);
+    int freeTurns = 0;
+    for (int i = 0; i < 100000 && master.Counters().RequestCount < 4; ++i) {
+      f.clock.AdvanceNs(50'000);
+      f.frame.TimersTick();
+      if (master.Counters().RequestCount > 0 && !f.frame.Port(1).Busy) ++freeTurns;
+    }
+    ASSERT_EQ(master.Counters().RequestCount, 4);
+    if (timing == LineTiming::Classic) {
+      EXPECT_GT(freeTurns, 0);
+    } else {
+      EXPECT_EQ(freeTurns, 0);
+    }
+  }
+}
+
 TEST(WakePacer, StillDueAfterARunWaitsAMillisecondAndABurstMutesTheLines) {
   Frame f;
   frmQuorvel& window = f.Master(1);
