@@ -103,8 +103,10 @@ double OverlappedRead::DeadlineMs() const {
     case Kind::Timed:
       break;
   }
+  // The gap must be longer than the interval: a microsecond past it.
+  constexpr double kPastMs = 0.001;
   double at = totalMs_ > 0 ? startMs_ + totalMs_ : kNever;
-  if (intervalMs_ > 0 && received_ > 0) at = std::min(at, lastMs_ + intervalMs_);
+  if (intervalMs_ > 0 && received_ > 0) at = std::min(at, lastMs_ + intervalMs_ + kPastMs);
   return at;
 }
 

@@ -430,19 +430,24 @@ std::int32_t clsCOM::GatherASCII(std::int32_t& accumulator) {
 double clsCOM::NextDeadlineMs() const {
   constexpr double kNever = std::numeric_limits<double>::infinity();
   if (!line_) return kNever;
-  if (lineLost_) return reopenAtMs_;
+  double at = kNever;
   switch (state_) {
     case kSending:
-      return writeKept_ ? QuietUntilMs() : static_cast<double>(transmitEnd_);
+      at = writeKept_ ? QuietUntilMs() : static_cast<double>(transmitEnd_);
+      break;
     case kWaitingFirst:
-      return static_cast<double>(responseDeadline_);
+      at = static_cast<double>(responseDeadline_);
+      break;
     case kReading:
     case kListening:
     case kAnswering:
-      return read_.DeadlineMs();
+      at = read_.DeadlineMs();
+      break;
     default:
-      return kNever;
+      break;
   }
+  // A lost line still times out the request under way.
+  return lineLost_ ? std::min(at, reopenAtMs_) : at;
 }
 
 bool clsCOM::WantsBytes() const {
