@@ -56,7 +56,9 @@ FrameMatch FrameRule::Find(std::span<const std::uint8_t> bytes, bool quiet) cons
     }
     heldBack = heldBack || (possible && !quiet);
   }
-  return {};
+  FrameMatch none;
+  none.pending = heldBack;
+  return none;
 }
 
 }  // namespace quorvel

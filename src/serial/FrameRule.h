@@ -30,6 +30,9 @@ struct FrameMatch {
   FrameKind kind = FrameKind::None;
   std::size_t start = 0;
   std::size_t length = 0;  // CRC included
+  // No frame found, but the bytes begin one whose announced length has not
+  // come in yet.
+  bool pending = false;
 };
 
 class FrameRule {

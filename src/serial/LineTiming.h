@@ -37,7 +37,14 @@ double CharacterMs(double baudRate);
 
 // The silence that ends a frame (t3.5) and the longest gap allowed inside one
 // (t1.5), in ms, for a line at `baudRate`.
+//
+// A frame whose header promises more bytes than have come is given
+// kLatencyAllowanceMs on top of t3.5 before it is taken as cut short: the
+// serial driver and USB adapters hand bytes on in bursts, and a pause of a
+// few milliseconds inside a frame is their doing far more often than the
+// sender's. Bytes that cannot begin a frame end at t3.5 itself.
 double SilenceT35Ms(double baudRate);
 double GapT15Ms(double baudRate);
+inline constexpr double kLatencyAllowanceMs = 10;
 
 }  // namespace quorvel

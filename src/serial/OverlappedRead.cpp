@@ -14,6 +14,7 @@ void OverlappedRead::Begin(std::span<std::uint8_t> into, double nowMs) {
   found_ = FrameKind::None;
   rule_ = nullptr;
   looked_ = true;
+  pending_ = false;
   // What came after the last frame is the start of this read's.
   if (carried_ > 0) {
     received_ = std::min(carried_, into_.size());
@@ -79,6 +80,7 @@ bool OverlappedRead::TakeFrame(bool quiet) {
   if (looked_) return false;
   looked_ = true;
   const FrameMatch match = rule_->Find(into_.first(received_), quiet);
+  pending_ = match.pending;
   if (match.kind == FrameKind::None) return false;
   found_ = match.kind;
   const std::size_t end = match.start + match.length;
@@ -99,7 +101,7 @@ double OverlappedRead::DeadlineMs() const {
     case Kind::FirstCharacter:
       return received_ > 0 ? lastMs_ : startMs_ + totalMs_;
     case Kind::Framed:
-      return received_ > 0 ? (looked_ ? lastMs_ + intervalMs_ : lastMs_) : kNever;
+      return received_ > 0 ? (looked_ ? lastMs_ + Silence() : lastMs_) : kNever;
     case Kind::Timed:
       break;
   }
@@ -110,6 +112,8 @@ double OverlappedRead::DeadlineMs() const {
   return at;
 }
 
+double OverlappedRead::Silence() const { return intervalMs_ + (pending_ ? kLatencyAllowanceMs : 0); }
+
 bool OverlappedRead::Ended(double nowMs) const {
   if (received_ == into_.size()) return true;
   switch (kind_) {
@@ -119,7 +123,7 @@ bool OverlappedRead::Ended(double nowMs) const {
       return received_ > 0 || nowMs - startMs_ >= totalMs_;
     case Kind::Framed:
       // A silence of at least the given length ends the frame.
-      return received_ > 0 && nowMs - lastMs_ >= intervalMs_;
+      return received_ > 0 && nowMs - lastMs_ >= Silence();
     case Kind::Timed:
       break;
   }

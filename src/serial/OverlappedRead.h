@@ -24,6 +24,7 @@
 #include "platform/SerialLine.h"
 #include "serial/CommTimeouts.h"
 #include "serial/FrameRule.h"
+#include "serial/LineTiming.h"
 
 namespace quorvel {
 
@@ -40,8 +41,9 @@ class OverlappedRead {
   void Start(std::span<std::uint8_t> into, const CommTimeouts& timeouts, double nowMs);
 
   // Starts a framed read into `into`: it ends at the first frame `rule`
-  // finds, or once no character has come for `silenceMs` after the last, or
-  // when full. `rule` must outlive the read.
+  // finds, or once no character has come for `silenceMs` after the last
+  // (`silenceMs` + kLatencyAllowanceMs while what has come begins a frame
+  // that is not all in), or when full. `rule` must outlive the read.
   void StartFramed(std::span<std::uint8_t> into, const FrameRule& rule, double silenceMs, double nowMs);
 
   // Takes what has arrived on `line`, as far as it fits. A line that fails or
@@ -93,7 +95,9 @@ class OverlappedRead {
   bool active_ = false;
   const FrameRule* rule_ = nullptr;
   FrameKind found_ = FrameKind::None;
-  bool looked_ = true;  // what has come was looked through for a frame
+  bool looked_ = true;    // what has come was looked through for a frame
+  bool pending_ = false;  // it begins a frame not all in
+  double Silence() const;
   std::array<std::uint8_t, kCarryRoom> carry_{};
   std::size_t carried_ = 0;
   double carriedMs_ = 0;

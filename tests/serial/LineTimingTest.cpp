@@ -87,36 +87,38 @@ TEST(LineTimingTest, SilencesFollowTheCharacterTimeUpTo19200) {
 }
 
 // How long after its last byte an answer reaches the window: at once when its
-// length is in, after t3.5 when it is cut short, after the 32 ms gap with
-// Classic.
+// length is in; when it is cut short, after t3.5 and the allowance for bytes
+// held back on their way; after t3.5 alone for bytes that cannot begin it;
+// after the 32 ms gap with Classic.
 TEST(LineTimingTest, AnswerEndsByLengthOrSilence) {
+  const Bytes cut(kAnswer.begin(), kAnswer.begin() + 7);
+  const Bytes junk = {0x00, 0x55, 0x13};
   struct Row {
     const char* name;
     LineTiming timing;
     int baud;
-    std::size_t sent;  // of the 9 bytes of the answer
+    Bytes answer;
     std::int32_t code;
     double afterMs;  // delivered this long after the last byte
   };
   const Row rows[] = {
-      {"Standard, whole", LineTiming::Standard, 9600, 9, 1, 0},
-      {"Fast, whole", LineTiming::Fast, 115200, 9, 1, 0},
-      {"Standard, cut, 9600", LineTiming::Standard, 9600, 7, 4, SilenceT35Ms(9600)},
-      {"Standard, cut, 115200", LineTiming::Standard, 115200, 7, 4, 1.75},
-      {"Classic, whole", LineTiming::Classic, 9600, 9, 1, 32},
+      {"Standard, whole", LineTiming::Standard, 9600, kAnswer, 1, 0},
+      {"Fast, whole", LineTiming::Fast, 115200, kAnswer, 1, 0},
+      {"Standard, cut, 9600", LineTiming::Standard, 9600, cut, 4, SilenceT35Ms(9600) + kLatencyAllowanceMs},
+      {"Standard, cut, 115200", LineTiming::Standard, 115200, cut, 4, 1.75 + kLatencyAllowanceMs},
+      {"Standard, no frame, 9600", LineTiming::Standard, 9600, junk, 4, SilenceT35Ms(9600)},
+      {"Classic, whole", LineTiming::Classic, 9600, kAnswer, 1, 32},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
     Bus bus(row.timing, row.baud);
     ASSERT_TRUE(bus.Send());
     EXPECT_EQ(bus.PeerGets(8), kRequest);
-    Bytes answer = kAnswer;
-    answer.resize(row.sent);
-    const double last = bus.PeerSends(answer);
+    const double last = bus.PeerSends(row.answer);
     bus.RunUntilAnswered();
     ASSERT_EQ(bus.window.answers.size(), 1U);
     EXPECT_EQ(bus.window.answers[0].code, row.code);
-    EXPECT_EQ(bus.window.answers[0].frame, answer);
+    EXPECT_EQ(bus.window.answers[0].frame, row.answer);
     EXPECT_NEAR(bus.Now() - last, row.afterMs, 2 * kStepMs);
   }
 }
