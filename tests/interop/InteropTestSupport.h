@@ -18,6 +18,11 @@ namespace quorvel::interop {
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
+// The counters of a window that count failed transactions (a master) or
+// exception answers and damaged requests (a slave).
+inline constexpr const char* kFailureCounters[] = {"TOErr", "DtErr", "PtyErr", "CRCErr", "FrErr",
+                                                   "Ex1",   "Ex2",   "Ex3",    "Ex4"};
+
 // A fresh directory under $TMPDIR (or /tmp), removed with everything in it.
 class TempDir {
  public:

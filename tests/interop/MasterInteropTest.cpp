@@ -19,7 +19,6 @@ namespace quorvel::interop {
 namespace {
 
 constexpr const char* kDeviceId = "5";
-constexpr const char* kFailures[] = {"TOErr", "DtErr", "PtyErr", "CRCErr", "FrErr", "Ex1", "Ex2", "Ex3", "Ex4"};
 
 // How one case sets up the line.
 struct Line {
@@ -185,7 +184,7 @@ class MasterPolling : public testing::Test {
 
   static int Failures(nlohmann::json& window) {
     int failures = 0;
-    for (const char* failure : kFailures) failures += window["counters"][failure].get<int>();
+    for (const char* failure : kFailureCounters) failures += window["counters"][failure].get<int>();
     return failures;
   }
 
@@ -199,7 +198,7 @@ class MasterInterop : public MasterPolling, public testing::WithParamInterface<C
 TEST_P(MasterInterop, ShowsEveryValueOfTheDeviceWithoutAFailedTransaction) {
   ASSERT_NO_FATAL_FAILURE(Poll(GetParam()));
   auto& counters = master_["counters"];
-  for (const char* failure : kFailures) EXPECT_EQ(counters[failure], 0) << failure << " in " << master_;
+  for (const char* failure : kFailureCounters) EXPECT_EQ(counters[failure], 0) << failure << " in " << master_;
   // Four requests every 200 ms for 2 s: each at least twice, whatever the load.
   EXPECT_GE(counters["RequestCount"].get<int>(), 8) << master_;
   EXPECT_NE(master_["statistics"].get<std::string>().find("Err:0"), std::string::npos) << master_["statistics"];
@@ -210,8 +209,12 @@ TEST_P(MasterInterop, ShowsEveryValueOfTheDeviceWithoutAFailedTransaction) {
 
   if (!device_.is_null()) {
     // Our slave heard every request once, and only requests: its own answers coming back are not taken for more.
-    for (const char* failure : kFailures) EXPECT_EQ(device_["counters"][failure], 0) << failure << " in " << device_;
-    EXPECT_EQ(device_["counters"]["SlaveRequestCount"], counters["RequestCount"]) << device_;
+    for (const char* failure : kFailureCounters)
+      EXPECT_EQ(device_["counters"][failure], 0) << failure << " in " << device_;
+    // The request our master sent as it stopped may still be on its way when our slave is stopped.
+    const int requests = counters["RequestCount"].get<int>();
+    const int heard = device_["counters"]["SlaveRequestCount"].get<int>();
+    EXPECT_TRUE(heard == requests || heard == requests - 1) << requests << " sent, " << device_;
   }
 }
 
