@@ -150,9 +150,18 @@ std::optional<Finished> RunToEnd(const std::vector<std::string>& argv, const fs:
   return Finished{*status, child.Out(), child.Err()};
 }
 
-NullModemCable::NullModemCable(const fs::path& dir, int baud)
-    : dir_(dir),
-      child_({QuorvelCli(), "nullmodem", "--baud", std::to_string(baud), "--link", dir.string()}, dir, "nullmodem") {
+namespace {
+
+std::vector<std::string> CableCommand(const fs::path& dir, int baud, bool echo) {
+  std::vector<std::string> argv = {QuorvelCli(), "nullmodem", "--baud", std::to_string(baud), "--link", dir.string()};
+  if (echo) argv.emplace_back("--echo");
+  return argv;
+}
+
+}  // namespace
+
+NullModemCable::NullModemCable(const fs::path& dir, int baud, bool echo)
+    : dir_(dir), child_(CableCommand(dir, baud, echo), dir, "nullmodem") {
   // The links are made before the two paths are printed.
   ready_ = child_.WaitForLines(2, 10s);
 }

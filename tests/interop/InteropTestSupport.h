@@ -18,6 +18,11 @@ namespace quorvel::interop {
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
+// The counters of a window that count failed transactions (a master) or
+// exception answers and damaged requests (a slave).
+inline constexpr const char* kFailureCounters[] = {"TOErr", "DtErr", "PtyErr", "CRCErr", "FrErr",
+                                                   "Ex1",   "Ex2",   "Ex3",    "Ex4"};
+
 // A fresh directory under $TMPDIR (or /tmp), removed with everything in it.
 class TempDir {
  public:
@@ -75,10 +80,11 @@ struct Finished {
 std::optional<Finished> RunToEnd(const std::vector<std::string>& argv, const fs::path& dir, const std::string& name,
                                  std::chrono::milliseconds limit);
 
-// `quorvel-cli nullmodem --baud B --link DIR`: COM1 and COM2 in DIR are its two ends.
+// `quorvel-cli nullmodem --baud B --link DIR`: COM1 and COM2 in DIR are its
+// two ends. With `echo` (--echo) each end also hears what it sends.
 class NullModemCable {
  public:
-  NullModemCable(const fs::path& dir, int baud);
+  NullModemCable(const fs::path& dir, int baud, bool echo = false);
   bool Ready() const { return ready_; }
   std::string Problem() const { return Report(child_); }
   fs::path Com1() const { return dir_ / "COM1"; }

@@ -11,6 +11,10 @@
 
 #include <gtest/gtest.h>
 
+#include <signal.h>
+
+#include <algorithm>
+#include <cstdio>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <sstream>
@@ -27,7 +31,7 @@ constexpr const char* kSlaveId = "17";
 class SlaveInterop : public testing::Test {
  protected:
   // Our slave on COM2 of a cable of its own, listening before this returns.
-  void StartSlave(const std::string& line) {
+  void StartSlave(const std::string& line, const std::string& timing = "classic") {
     ASSERT_FALSE(dir_.path().empty());
     cable_.emplace(dir_.path(), kBaud);
     ASSERT_TRUE(cable_->Ready()) << cable_->Problem();
@@ -37,7 +41,7 @@ class SlaveInterop : public testing::Test {
     ASSERT_TRUE(built && built->status == 0) << (built ? built->err : "build did not end");
     slave_.emplace(std::vector<std::string>{QuorvelCli(), "run", "--map", "COM2=" + cable_->Com2().string(), "--com",
                                             "2", "--mode", "slave", "--id", kSlaveId, "--seconds", "0", "--line", line,
-                                            project.string()},
+                                            "--timing", timing, project.string()},
                    dir_.path(), "slave");
     ASSERT_TRUE(slave_->WaitForOpen(cable_->Device(cable_->Com2()), 10s)) << Report(*slave_);
     // The port drops what it holds while it is being set up; a request sent
@@ -54,6 +58,13 @@ class SlaveInterop : public testing::Test {
     if (state.is_discarded()) return nlohmann::json::object();
     EXPECT_EQ(state["messages"], nlohmann::json::array());
     return state["windows"][0];
+  }
+
+  // The window's failure counters are all zero, and it answered `requests` requests.
+  static void ExpectAllAnswered(nlohmann::json& window, int requests) {
+    for (const char* failure : kFailureCounters)
+      EXPECT_EQ(window["counters"][failure], 0) << failure << " in " << window;
+    EXPECT_EQ(window["counters"]["SlaveRequestCount"], requests) << window;
   }
 
   static std::string Text(const nlohmann::json& window, const std::string& label) {
@@ -90,6 +101,11 @@ std::string Outcome(const std::string& out) {
   return result;
 }
 
+// mbpoll's options for our slave on COM1, up to the ones that say what to do.
+std::vector<std::string> MbpollLine(const std::string& mbpoll) {
+  return {mbpoll, "-m", "rtu", "-b", std::to_string(kBaud), "-d", "8", "-s", "1", "-P", "none", "-a", kSlaveId, "-0"};
+}
+
 TEST_F(SlaveInterop, MbpollRtuReadsWritesAndGetsExceptionAnswers) {
   std::string missing;
   const std::string mbpoll = FindPeer("mbpoll", missing);
@@ -111,9 +127,8 @@ TEST_F(SlaveInterop, MbpollRtuReadsWritesAndGetsExceptionAnswers) {
       {{"-t", "1", "-r", "0"}, {}, "Illegal function", true},          // no discrete inputs
   };
   for (const MbpollStep& step : steps) {
-    std::vector<std::string> argv = {
-        mbpoll, "-m", "rtu", "-b", std::to_string(kBaud), "-d", "8", "-s", "1", "-P", "none", "-a", kSlaveId,
-        "-0",   "-1", "-o",  "1"};
+    std::vector<std::string> argv = MbpollLine(mbpoll);
+    argv.insert(argv.end(), {"-1", "-o", "1"});
     argv.insert(argv.end(), step.options.begin(), step.options.end());
     argv.push_back(cable_->Com1().string());
     argv.insert(argv.end(), step.writes.begin(), step.writes.end());
@@ -162,11 +177,11 @@ TEST_F(SlaveInterop, PymodbusAsciiClientReadsWritesAndGetsExceptionAnswers) {
       {"mask_write 0 255 0", R"({"exception": 1})"},  // function 22 not served
       {"read_discrete 0 1", R"({"exception": 1})"},   // no discrete inputs
   };
-  std::vector<std::string> argv = {python, SourceFile("pymodbus_ascii_client.py"), cable_->Com1().string(),
+  std::vector<std::string> argv = {python, SourceFile("pymodbus_client.py"), cable_->Com1().string(),
                                    std::to_string(kBaud), kSlaveId};
   for (const auto& [step, expect] : steps) argv.push_back(step);
   const auto run = RunToEnd(argv, dir_.path(), "client", 60s);
-  ASSERT_TRUE(run) << "pymodbus_ascii_client.py did not end";
+  ASSERT_TRUE(run) << "pymodbus_client.py did not end";
   ASSERT_EQ(run->status, 0) << run->err;
   const auto results = nlohmann::json::parse(run->out, nullptr, false);
   ASSERT_TRUE(results.is_array()) << run->out << run->err;
@@ -184,6 +199,67 @@ TEST_F(SlaveInterop, PymodbusAsciiClientReadsWritesAndGetsExceptionAnswers) {
   EXPECT_EQ(window["counters"]["Ex3"], 2);
   EXPECT_EQ(Text(window, "HR0004"), "12 345");
   EXPECT_EQ(Text(window, "C 0003"), "0");
+}
+
+// In Standard timing a request is taken as soon as its length is complete, so
+// a master may follow each answer with its next request at once. mbpoll polls
+// at most every 10 ms (it refuses less); the pymodbus client waits 5 ms.
+TEST_F(SlaveInterop, StandardTimingAnswersMbpollPollingEvery10Ms) {
+  std::string missing;
+  const std::string mbpoll = FindPeer("mbpoll", missing);
+  ASSERT_FALSE(mbpoll.empty()) << missing;
+  ASSERT_NO_FATAL_FAILURE(StartSlave("19200-8N1", "standard"));
+
+  auto argv = MbpollLine(mbpoll);
+  argv.insert(argv.end(), {"-l", "10", "-t", "4", "-r", "0", "-c", "5", cable_->Com1().string()});
+  Child poller(argv, dir_.path(), "mbpoll");
+  // 13 lines of settings, then 6 for each poll; 40 polls, then Ctrl-C as a user stops it.
+  constexpr std::size_t kPolls = 40;
+  ASSERT_TRUE(poller.WaitForLines(13 + 6 * kPolls, 30s)) << Report(poller);
+  kill(poller.pid(), SIGINT);
+  ASSERT_EQ(poller.Wait(10s), 0) << Report(poller);
+
+  const std::string out = poller.Out();
+  int sent = -1, answered = -1, errors = -1;
+  const auto summary = out.find(" poll statistics ---\n");
+  ASSERT_NE(summary, std::string::npos) << out;
+  ASSERT_EQ(std::sscanf(out.c_str() + summary, " poll statistics ---\n%d frames transmitted, %d received, %d errors",
+                        &sent, &answered, &errors),
+            3)
+      << out;
+  EXPECT_EQ(errors, 0) << out;
+  // Only the poll under way at Ctrl-C may have gone without its answer.
+  EXPECT_GE(answered, sent - 1) << out;
+  EXPECT_GE(answered, static_cast<int>(kPolls)) << out;
+  std::string every;
+  for (int i = 0; i < answered; ++i) every += std::string(every.empty() ? "" : " ") + "1234 65534 0 16464 40000";
+  EXPECT_EQ(Outcome(out), every);
+
+  auto window = StopSlave();
+  ExpectAllAnswered(window, sent);
+}
+
+TEST_F(SlaveInterop, StandardTimingAnswersPymodbusRtuPollingEvery5Ms) {
+  std::string missing;
+  const std::string python = PythonPeer(missing);
+  ASSERT_FALSE(python.empty()) << missing;
+  ASSERT_NO_FATAL_FAILURE(StartSlave("19200-8N1", "standard"));
+
+  constexpr int kPolls = 60;
+  std::vector<std::string> argv = {
+      python,  SourceFile("pymodbus_client.py"), "--rtu", "--gap", "5", cable_->Com1().string(), std::to_string(kBaud),
+      kSlaveId};
+  argv.insert(argv.end(), kPolls, "read_holding 0 5");
+  const auto run = RunToEnd(argv, dir_.path(), "client", 60s);
+  ASSERT_TRUE(run) << "pymodbus_client.py did not end";
+  ASSERT_EQ(run->status, 0) << run->err;
+  const auto results = nlohmann::json::parse(run->out, nullptr, false);
+  ASSERT_TRUE(results.is_array()) << run->out << run->err;
+  const nlohmann::json expected = {{"step", "read_holding 0 5"}, {"registers", {1234, 65534, 0, 16464, 40000}}};
+  EXPECT_EQ(std::count(results.begin(), results.end(), expected), kPolls) << run->out;
+
+  auto window = StopSlave();
+  ExpectAllAnswered(window, kPolls);
 }
 
 }  // namespace

@@ -2,11 +2,16 @@
 // a stack it shares no code with. It serves a fixed map (the same one that
 // pymodbus_ascii_server.py serves) until it is killed.
 //
-//   modbus_rtu_server TTY BAUD SLAVE_ID
+//   modbus_rtu_server TTY BAUD SLAVE_ID [--echo]
 //
-// Prints "ready" on standard output once the line is open.
+// Prints "ready" on standard output once the line is open. With --echo the
+// line hears what the device sends, as a two-wire RS-485 adapter without echo
+// cancelling does: after each answer the device reads its own bytes back and
+// drops them, which libmodbus does not do by itself.
 
 #include <modbus/modbus.h>
+#include <poll.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdint>
@@ -42,14 +47,30 @@ struct MappingFree {
 };
 
 int Usage() {
-  std::fprintf(stderr, "usage: modbus_rtu_server TTY BAUD SLAVE_ID\n");
+  std::fprintf(stderr, "usage: modbus_rtu_server TTY BAUD SLAVE_ID [--echo]\n");
   return 2;
+}
+
+// Reads back and drops the `count` bytes just sent (libmodbus does not hand
+// them out); false if they do not all come back within a second.
+bool DropEcho(int fd, int count) {
+  std::uint8_t heard[MODBUS_RTU_MAX_ADU_LENGTH];
+  int got = 0;
+  while (got < count) {
+    pollfd wait = {fd, POLLIN, 0};
+    if (poll(&wait, 1, 1000) != 1) return false;
+    const ssize_t n = read(fd, heard + got, static_cast<std::size_t>(count - got));
+    if (n <= 0) return false;
+    got += static_cast<int>(n);
+  }
+  return true;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 4) return Usage();
+  const bool echo = argc == 5 && std::strcmp(argv[4], "--echo") == 0;
+  if (argc != 4 && !echo) return Usage();
   const int baud = std::atoi(argv[2]);
   const int id = std::atoi(argv[3]);
   if (baud <= 0 || id < 1 || id > 247) return Usage();
@@ -73,7 +94,11 @@ int main(int argc, char** argv) {
   for (;;) {
     const int length = modbus_receive(ctx.get(), query);
     if (length > 0) {
-      modbus_reply(ctx.get(), query, length, map.get());
+      const int sent = modbus_reply(ctx.get(), query, length, map.get());
+      if (echo && sent > 0 && !DropEcho(modbus_get_socket(ctx.get()), sent)) {
+        std::fprintf(stderr, "modbus_rtu_server: the echo of an answer did not come back\n");
+        return 1;
+      }
     } else if (length < 0 && (errno == EIO || errno == EBADF || errno == ENXIO)) {
       // The line is gone; a damaged or foreign frame (bad CRC, other address) is not a reason to stop.
       std::fprintf(stderr, "modbus_rtu_server: %s\n", modbus_strerror(errno));

@@ -1,8 +1,11 @@
 #!/usr/bin/python3
-"""A Modbus ASCII master built on pymodbus: sends the requests named on its
-command line, one after the other, and prints what came back as JSON.
+"""A Modbus master built on pymodbus: sends the requests named on its command
+line, one after the other, and prints what came back as JSON.
 
-    pymodbus_ascii_client.py TTY BAUD SLAVE_ID STEP...
+    pymodbus_client.py [--rtu] [--gap MS] TTY BAUD SLAVE_ID STEP...
+
+ASCII unless --rtu; --gap MS waits that long after each answer before the
+next request (none by default).
 
 A step is a function name and its numbers, one argument:
     "read_holding 0 5"  "read_input 0 1"  "read_coils 0 4"  "read_discrete 0 1"
@@ -17,10 +20,11 @@ Run it with /usr/bin/python3, which sees Debian's python3-pymodbus.
 
 import json
 import sys
+import time
 
 from pymodbus.client import ModbusSerialClient
 from pymodbus.pdu import ExceptionResponse
-from pymodbus.transaction import ModbusAsciiFramer
+from pymodbus.transaction import ModbusAsciiFramer, ModbusRtuFramer
 
 
 def numbers(text):
@@ -69,17 +73,28 @@ def outcome(step, answer, count):
 
 
 def main():
-    if len(sys.argv) < 5:
-        sys.exit("usage: pymodbus_ascii_client.py TTY BAUD SLAVE_ID STEP...")
-    tty, baud, slave = sys.argv[1], int(sys.argv[2]), int(sys.argv[3])
+    args = sys.argv[1:]
+    framer, gap = ModbusAsciiFramer, 0.0
+    while args and args[0].startswith("--"):
+        if args[0] == "--rtu":
+            framer, args = ModbusRtuFramer, args[1:]
+        elif args[0] == "--gap" and len(args) > 1:
+            gap, args = float(args[1]) / 1000, args[2:]
+        else:
+            break
+    if len(args) < 4:
+        sys.exit("usage: pymodbus_client.py [--rtu] [--gap MS] TTY BAUD SLAVE_ID STEP...")
+    tty, baud, slave = args[0], int(args[1]), int(args[2])
     client = ModbusSerialClient(
-        tty, framer=ModbusAsciiFramer, baudrate=baud, bytesize=8, parity="N", stopbits=1, timeout=1, retries=0
+        tty, framer=framer, baudrate=baud, bytesize=8, parity="N", stopbits=1, timeout=1, retries=0
     )
     if not client.connect():
-        sys.exit(f"pymodbus_ascii_client: cannot open {tty}")
+        sys.exit(f"pymodbus_client: cannot open {tty}")
     results = []
     try:
-        for step in sys.argv[4:]:
+        for number, step in enumerate(args[3:]):
+            if gap and number:
+                time.sleep(gap)
             try:
                 answer, count = send(client, slave, step)
             except Exception as error:  # pylint: disable=broad-except
