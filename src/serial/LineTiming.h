@@ -45,6 +45,6 @@ double CharacterMs(double baudRate);
 // sender's. Bytes that cannot begin a frame end at t3.5 itself.
 double SilenceT35Ms(double baudRate);
 double GapT15Ms(double baudRate);
-inline constexpr double kLatencyAllowanceMs = 10;
+inline constexpr double kLatencyAllowanceMs = 20;
 
 }  // namespace quorvel

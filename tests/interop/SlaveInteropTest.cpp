@@ -26,14 +26,20 @@ namespace quorvel::interop {
 namespace {
 
 constexpr int kBaud = 19200;
+// The Standard cases split requests by their length, not by gaps; at 4800
+// baud the allowance for bytes held back inside a request (t3.5 + 20 ms =
+// 28 ms) outlasts what a machine loaded by a parallel test run leaves.
+constexpr int kStandardBaud = 4800;
 constexpr const char* kSlaveId = "17";
 
 class SlaveInterop : public testing::Test {
  protected:
   // Our slave on COM2 of a cable of its own, listening before this returns.
-  void StartSlave(const std::string& line, const std::string& timing = "classic") {
+  // `framing` is the line after the baud rate ("8N1", "8N1-ascii").
+  void StartSlave(const std::string& framing, const std::string& timing = "classic", int baud = kBaud) {
     ASSERT_FALSE(dir_.path().empty());
-    cable_.emplace(dir_.path(), kBaud);
+    const std::string line = std::to_string(baud) + "-" + framing;
+    cable_.emplace(dir_.path(), baud);
     ASSERT_TRUE(cable_->Ready()) << cable_->Problem();
     const fs::path project = dir_.path() / "slave.qvc";
     const auto built = RunToEnd({QuorvelCli(), "build", SourceFile("InteropSlave.json"), "-o", project.string()},
@@ -60,11 +66,14 @@ class SlaveInterop : public testing::Test {
     return state["windows"][0];
   }
 
-  // The window's failure counters are all zero, and it answered `requests` requests.
-  static void ExpectAllAnswered(nlohmann::json& window, int requests) {
+  // The window's failure counters are all zero, and it answered `requests`
+  // requests; `cut` of them may have been cut off as the master stopped.
+  static void ExpectAllAnswered(nlohmann::json& window, int requests, int cut = 0) {
     for (const char* failure : kFailureCounters)
       EXPECT_EQ(window["counters"][failure], 0) << failure << " in " << window;
-    EXPECT_EQ(window["counters"]["SlaveRequestCount"], requests) << window;
+    const int answered = window["counters"]["SlaveRequestCount"].get<int>();
+    EXPECT_LE(answered, requests) << window;
+    EXPECT_GE(answered, requests - cut) << window;
   }
 
   static std::string Text(const nlohmann::json& window, const std::string& label) {
@@ -102,15 +111,15 @@ std::string Outcome(const std::string& out) {
 }
 
 // mbpoll's options for our slave on COM1, up to the ones that say what to do.
-std::vector<std::string> MbpollLine(const std::string& mbpoll) {
-  return {mbpoll, "-m", "rtu", "-b", std::to_string(kBaud), "-d", "8", "-s", "1", "-P", "none", "-a", kSlaveId, "-0"};
+std::vector<std::string> MbpollLine(const std::string& mbpoll, int baud = kBaud) {
+  return {mbpoll, "-m", "rtu", "-b", std::to_string(baud), "-d", "8", "-s", "1", "-P", "none", "-a", kSlaveId, "-0"};
 }
 
 TEST_F(SlaveInterop, MbpollRtuReadsWritesAndGetsExceptionAnswers) {
   std::string missing;
   const std::string mbpoll = FindPeer("mbpoll", missing);
   ASSERT_FALSE(mbpoll.empty()) << missing;
-  ASSERT_NO_FATAL_FAILURE(StartSlave("19200-8N1"));
+  ASSERT_NO_FATAL_FAILURE(StartSlave("8N1"));
 
   const MbpollStep steps[] = {
       {{"-t", "4", "-r", "0", "-c", "5"}, {}, "1234 65534 0 16464 40000", false},
@@ -158,7 +167,7 @@ TEST_F(SlaveInterop, PymodbusAsciiClientReadsWritesAndGetsExceptionAnswers) {
   std::string missing;
   const std::string python = PythonPeer(missing);
   ASSERT_FALSE(python.empty()) << missing;
-  ASSERT_NO_FATAL_FAILURE(StartSlave("19200-8N1-ascii"));
+  ASSERT_NO_FATAL_FAILURE(StartSlave("8N1-ascii"));
 
   const std::pair<const char*, const char*> steps[] = {
       {"read_holding 0 5", R"({"registers": [1234, 65534, 0, 16464, 40000]})"},
@@ -208,9 +217,9 @@ TEST_F(SlaveInterop, StandardTimingAnswersMbpollPollingEvery10Ms) {
   std::string missing;
   const std::string mbpoll = FindPeer("mbpoll", missing);
   ASSERT_FALSE(mbpoll.empty()) << missing;
-  ASSERT_NO_FATAL_FAILURE(StartSlave("19200-8N1", "standard"));
+  ASSERT_NO_FATAL_FAILURE(StartSlave("8N1", "standard", kStandardBaud));
 
-  auto argv = MbpollLine(mbpoll);
+  auto argv = MbpollLine(mbpoll, kStandardBaud);
   argv.insert(argv.end(), {"-l", "10", "-t", "4", "-r", "0", "-c", "5", cable_->Com1().string()});
   Child poller(argv, dir_.path(), "mbpoll");
   // 13 lines of settings, then 6 for each poll; 40 polls, then Ctrl-C as a user stops it.
@@ -236,19 +245,24 @@ TEST_F(SlaveInterop, StandardTimingAnswersMbpollPollingEvery10Ms) {
   EXPECT_EQ(Outcome(out), every);
 
   auto window = StopSlave();
-  ExpectAllAnswered(window, sent);
+  ExpectAllAnswered(window, sent, sent - answered);
 }
 
 TEST_F(SlaveInterop, StandardTimingAnswersPymodbusRtuPollingEvery5Ms) {
   std::string missing;
   const std::string python = PythonPeer(missing);
   ASSERT_FALSE(python.empty()) << missing;
-  ASSERT_NO_FATAL_FAILURE(StartSlave("19200-8N1", "standard"));
+  ASSERT_NO_FATAL_FAILURE(StartSlave("8N1", "standard", kStandardBaud));
 
   constexpr int kPolls = 60;
-  std::vector<std::string> argv = {
-      python,  SourceFile("pymodbus_client.py"), "--rtu", "--gap", "5", cable_->Com1().string(), std::to_string(kBaud),
-      kSlaveId};
+  std::vector<std::string> argv = {python,
+                                   SourceFile("pymodbus_client.py"),
+                                   "--rtu",
+                                   "--gap",
+                                   "5",
+                                   cable_->Com1().string(),
+                                   std::to_string(kStandardBaud),
+                                   kSlaveId};
   argv.insert(argv.end(), kPolls, "read_holding 0 5");
   const auto run = RunToEnd(argv, dir_.path(), "client", 60s);
   ASSERT_TRUE(run) << "pymodbus_client.py did not end";
