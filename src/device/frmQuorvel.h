@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "convert/AddressCode.h"
+#include "device/MonitorPairing.h"
 #include "device/DeviceHost.h"
 #include "device/DeviceMenus.h"
 #include "device/EntryBox.h"
@@ -109,7 +110,9 @@ class frmQuorvel : public DeviceLink {
   // Traffic, called by the port object.
   void GetResponce(std::int32_t code, std::int32_t& length, std::span<std::uint8_t> buffer) override;
   void DoResponce(std::span<std::uint8_t> buffer, std::int32_t count) override;
-  void FrameHeard(std::span<const std::uint8_t> frame) override;
+  // A Monitor pairs requests with their answers and shows, on its panel and
+  // in its counters, what those to and from its own slave address carry.
+  void FrameHeard(std::span<const std::uint8_t> frame, bool answerShaped) override;
   void CountFrameError() override;
   // Frames a Monitor window heard, oldest first (the newest few hundred).
   const std::deque<std::vector<std::uint8_t>>& Heard() const { return heard_; }
@@ -207,6 +210,9 @@ class frmQuorvel : public DeviceLink {
   std::string statistic_ = " rQ: 0000 Err: 0000";
   std::array<AddressRange, 4> ranges_{};
   std::deque<std::vector<std::uint8_t>> heard_;
+  MonitorPairing monitor_;
+  // The Monitor's side of FrameHeard: an answer heard to a request heard.
+  void ShowHeardAnswer(const MODBUS::DecodedFrame& request, std::span<const std::uint8_t> frame, bool ascii);
 };
 
 }  // namespace quorvel

@@ -78,7 +78,9 @@ void frmQuorvel::RefreshStatistics() {
   const auto part = [&text](const char* label, std::int32_t value, bool always) {
     if (always || value > 0) text += std::string(label) + std::to_string(value);
   };
-  if (mode_ == kMaster) {
+  if (mode_ == kMaster || mode_ == kMonitor) {
+    // A Monitor counts what it heard with the master's words: rQ requests
+    // heard, TOErr those that went unanswered.
     const std::int64_t errors =
         std::int64_t{c.TOErr} + c.DtErr + c.PtyErr + c.CRCErr + c.FrErr + c.Ex1 + c.Ex2 + c.Ex3 + c.Ex4;
     part(" rQ:", c.RequestCount, true);
@@ -91,8 +93,6 @@ void frmQuorvel::RefreshStatistics() {
   } else if (mode_ == kSlave) {
     part(" rQ:", c.SlaveRequestCount, true);
     part(" Err:", static_cast<std::int32_t>(std::int64_t{c.Ex1} + c.Ex2 + c.Ex3 + c.Ex4), true);
-  } else {
-    return;  // A Monitor leaves the line as it is.
   }
   part(" Ex1:", c.Ex1, false);
   part(" Ex2:", c.Ex2, false);

@@ -93,11 +93,5 @@ void frmQuorvel::CountFrameError() {
   RefreshStatistics();
 }
 
-void frmQuorvel::FrameHeard(std::span<const std::uint8_t> frame) {
-  // A listener keeps the most recent frames; older ones make room.
-  constexpr std::size_t kKeep = 256;
-  heard_.emplace_back(frame.begin(), frame.end());
-  if (heard_.size() > kKeep) heard_.pop_front();
-}
 
 }  // namespace quorvel

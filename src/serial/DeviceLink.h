@@ -25,8 +25,9 @@ class DeviceLink {
   // The answer this window sent as a slave was spoilt on the line (its echo
   // came back otherwise than sent).
   virtual void CountFrameError() {}
-  // A frame heard on a listening port (Monitor mode), as received.
-  virtual void FrameHeard(std::span<const std::uint8_t> /*frame*/) {}
+  // A frame heard on a listening port (Monitor mode), as received;
+  // `answerShaped`: the port found it whole only when read as an answer.
+  virtual void FrameHeard(std::span<const std::uint8_t> /*frame*/, bool /*answerShaped*/) {}
 };
 
 // The open device windows in load order (the forms collection).

@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "serial/LineTiming.h"
+#include "serial/TrafficLog.h"
 
 namespace quorvel {
 
@@ -58,6 +59,9 @@ struct PortEntry {
   // The adapter hears what it sends (two-wire RS-485 without echo
   // cancelling): the port removes its own bytes before it reads a frame.
   bool Echo = false;
+  // Every frame sent and received on the port; made when the port first
+  // opens, and kept while the program runs.
+  std::shared_ptr<TrafficLog> Traffic;
   std::unique_ptr<clsCOM> Port;
 };
 

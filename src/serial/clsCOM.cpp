@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cmath>
 #include <limits>
 #include <optional>
@@ -58,6 +59,10 @@ bool clsCOM::OpenCOM(std::int16_t& com) {
 
   line_ = std::move(line);
   echo_ = echo;
+  if (!entry_.Traffic) entry_.Traffic = std::make_shared<TrafficLog>();
+  const auto wall = std::chrono::system_clock::now().time_since_epoch();
+  entry_.Traffic->Anchor(clock_.Nanoseconds() / 1000,
+                         std::chrono::duration_cast<std::chrono::microseconds>(wall).count());
   timing_ = entry_.Timing;
   silenceMs_ = SilenceT35Ms(dcb.BaudRate);
   writeKept_ = false;
@@ -162,19 +167,19 @@ bool clsCOM::WriteRequest(double nowMs) {
   if (!LineUp()) return true;
   const platform::IoResult written = line_->Write(std::span(buffer_).first(static_cast<std::size_t>(sendCount_)));
   if (written.status == platform::IoStatus::Gone) LoseLine(nowMs);
+  if (written.status == platform::IoStatus::Ok) RecordSent(false, sendCount_);
   return written.status == platform::IoStatus::Ok || written.status == platform::IoStatus::Gone;
 }
 
 void clsCOM::Drain(double nowMs) {
   if (!LineUp()) return;
-  std::uint8_t dropped[64];
-  bool heard = false;
+  std::uint8_t dropped[kRtuBufferSize];
   for (;;) {
     const platform::IoResult r = line_->ReadAvailable(dropped);
     if (r.status != platform::IoStatus::Ok || r.count == 0) break;
-    heard = true;
+    lastHeardMs_ = nowMs;
+    RecordReceived(TrafficVerdict::Late, true, std::span(dropped, r.count));
   }
-  if (heard) lastHeardMs_ = nowMs;
 }
 
 double clsCOM::QuietUntilMs() const {
@@ -183,6 +188,29 @@ double clsCOM::QuietUntilMs() const {
 }
 
 int clsCOM::EchoMismatches() { return echo_ ? echo_->TakeMismatches() : 0; }
+
+void clsCOM::RecordSent(bool response, std::int32_t count) {
+  if (!entry_.Traffic) return;
+  entry_.Traffic->Add(clock_.Nanoseconds() / 1000, TrafficDirection::Tx, TrafficVerdict::Ok, ascii_, response,
+                      std::span(buffer_).first(static_cast<std::size_t>(count)));
+}
+
+void clsCOM::RecordReceived(TrafficVerdict verdict, bool response, std::span<const std::uint8_t> bytes) {
+  if (!entry_.Traffic) return;
+  entry_.Traffic->Add(clock_.Nanoseconds() / 1000, TrafficDirection::Rx, verdict, ascii_, response, bytes);
+}
+
+TrafficVerdict clsCOM::Judge(std::span<const std::uint8_t> frame, bool response) const {
+  const std::size_t n = frame.size();
+  if (ascii_) {
+    if (MODBUS::AsciiFrameOk(frame)) return TrafficVerdict::Ok;
+    const bool marked = n >= 5 && frame[0] == ':' && frame[n - 2] == 13 && frame[n - 1] == 10;
+    return marked ? TrafficVerdict::ChecksumError : TrafficVerdict::FrameError;
+  }
+  if (n >= 4 && MODBUS::CheckCRC(frame, static_cast<std::int32_t>(n - 2))) return TrafficVerdict::Ok;
+  const int announced = response ? MODBUS::RtuAnswerLength(frame) : MODBUS::RtuRequestLength(frame);
+  return announced == static_cast<int>(n) ? TrafficVerdict::ChecksumError : TrafficVerdict::FrameError;
+}
 
 void clsCOM::SendResponce(std::int32_t& length, bool& result) {
   result = false;
@@ -200,6 +228,7 @@ void clsCOM::SendResponce(std::int32_t& length, bool& result) {
     const platform::IoResult written = line_->Write(buffer.first(static_cast<std::size_t>(length)));
     if (written.status == platform::IoStatus::Gone) LoseLine(clock_.GetTimeMs());
     result = written.status == platform::IoStatus::Ok;
+    if (result) RecordSent(true, length);
   }
   state_ = kAnswering;
 }
@@ -285,6 +314,12 @@ void clsCOM::Deliver(std::int32_t code) {
     lastHeardMs_ = std::max(lastHeardMs_, whole ? read_.LastMs() : now);
     quietNeededMs_ = whole ? 0 : timeoutMs_;
   }
+  if (code == MODBUS::kTimeout) {
+    RecordReceived(TrafficVerdict::Timeout, true, {});
+  } else {
+    const std::span<const std::uint8_t> got(buffer_.data(), static_cast<std::size_t>(received_));
+    RecordReceived(echoMismatches_ > 0 ? TrafficVerdict::Echo : Judge(got, true), true, got);
+  }
   // Cleared first: a window that finds the frame was not its answer sets it
   // again while it waits on.
   entry_.Busy = false;
@@ -304,7 +339,10 @@ void clsCOM::HitSlave() {
     if (DeviceLink* device = FindDevice(answeredId_)) device->CountFrameError();
   const std::int32_t r = ascii_ ? ReadASCIISlave() : ReadRTU();
   if (r == kPending) return;
-  if (r == kComplete && read_.Found() != FrameKind::Foreign) {
+  const std::span<const std::uint8_t> got(buffer_.data(), static_cast<std::size_t>(received_));
+  const bool foreign = read_.Found() == FrameKind::Foreign;
+  if (r == kComplete && received_ > 0) RecordReceived(Judge(got, foreign), foreign, got);
+  if (r == kComplete && !foreign) {
     std::int32_t count = received_;
     if (DeviceLink* device = CheckRequest(count)) {
       answeredId_ = device->ID();
@@ -320,9 +358,11 @@ void clsCOM::HitMonitor() {
   if (r == kPending) return;
   if (r == kComplete && received_ > 0) {
     const std::span<const std::uint8_t> frame(buffer_.data(), static_cast<std::size_t>(received_));
+    const bool foreign = read_.Found() == FrameKind::Foreign;
+    RecordReceived(Judge(frame, foreign), foreign, frame);
     for (std::size_t i = 0; i < devices_.DeviceCount(); ++i) {
       DeviceLink& device = devices_.Device(i);
-      if (device.COM() == com_ && device.Connected()) device.FrameHeard(frame);
+      if (device.COM() == com_ && device.Connected()) device.FrameHeard(frame, foreign);
     }
   }
   Listen();
@@ -359,8 +399,12 @@ bool clsCOM::StartRead(std::int32_t index, std::int32_t count) {
 }
 
 void clsCOM::Listen() {
-  if (Framed() && !ascii_) {
-    read_.StartFramed(buffer_, requestRule_, silenceMs_, clock_.GetTimeMs());
+  if (ListensFramed()) {
+    // A Monitor splits frames by their lengths in every timing, so that it
+    // tells a request from the answer that follows it at once; Classic only
+    // gives it its longer silence.
+    const double silence = Framed() ? silenceMs_ : static_cast<double>(timeouts_.ReadIntervalTimeout);
+    read_.StartFramed(buffer_, requestRule_, silence, clock_.GetTimeMs());
   } else {
     StartRead(0, bufferSize_);
   }

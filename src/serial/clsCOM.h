@@ -122,6 +122,13 @@ class clsCOM {
   bool WriteRequest(double nowMs);
   // Echo mismatches since the last look.
   int EchoMismatches();
+  // Into the port's traffic log. A received frame is judged by its checksum
+  // and, for one that fails, by whether it has the length its header says.
+  void RecordSent(bool response, std::int32_t count);
+  void RecordReceived(TrafficVerdict verdict, bool response, std::span<const std::uint8_t> bytes);
+  TrafficVerdict Judge(std::span<const std::uint8_t> frame, bool response) const;
+  // Listening framed (Standard, Fast, and a Monitor in any timing).
+  bool ListensFramed() const { return !ascii_ && (Framed() || mode_ == kModeMonitor); }
   void HitMaster();
   void HitSlave();
   void HitMonitor();

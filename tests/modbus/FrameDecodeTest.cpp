@@ -7,27 +7,14 @@
 #include <string>
 #include <vector>
 
-#include "modbus/FrameCodec.h"
+#include "ModbusTestSupport.h"
 #include "modbus/FrameDecode.h"
 
 namespace quorvel::MODBUS {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
-
-Bytes Rtu(Bytes message) {
-  const auto n = static_cast<std::int32_t>(message.size());
-  message.resize(message.size() + 2);
-  AddCRC(message, n);
-  return message;
-}
-
-Bytes Ascii(Bytes message) {
-  const auto n = static_cast<std::int32_t>(message.size());
-  message.resize(2 * message.size() + 5);
-  ToASCII(message, n);
-  return message;
-}
+using test::AsAscii;
+using test::Bytes;
 
 struct Row {
   const char* name;
@@ -47,11 +34,12 @@ TEST_P(DecodeRow, SaysWhatTheFrameCarries) {
   DecodedFrame request;
   request.address = 100;
   request.count = 10;
-  const DecodedFrame f = DecodeFrame(Rtu(row.message), false, row.asResponse, row.asResponse ? &request : nullptr);
+  const DecodedFrame f =
+      DecodeFrame(test::WithCrc(row.message), false, row.asResponse, row.asResponse ? &request : nullptr);
   EXPECT_EQ(f.role, row.role);
   EXPECT_EQ(Summary(f), row.summary);
   // The same frame as ASCII says the same.
-  EXPECT_EQ(Summary(DecodeFrame(Ascii(row.message), true, row.asResponse, row.asResponse ? &request : nullptr)),
+  EXPECT_EQ(Summary(DecodeFrame(AsAscii(row.message), true, row.asResponse, row.asResponse ? &request : nullptr)),
             row.summary);
 }
 
@@ -109,7 +97,7 @@ INSTANTIATE_TEST_SUITE_P(Functions, DecodeRow, testing::ValuesIn(kRows),
                          [](const testing::TestParamInfo<Row>& info) { return std::string(info.param.name); });
 
 TEST(FrameDecode, BrokenFramesSayWhy) {
-  Bytes crcWrong = Rtu({1, 3, 0, 0, 0, 2});
+  Bytes crcWrong = test::WithCrc({1, 3, 0, 0, 0, 2});
   crcWrong.back() ^= 1;
   const DecodedFrame f = DecodeFrame(crcWrong, false, false);
   EXPECT_EQ(f.role, FrameRole::Broken);

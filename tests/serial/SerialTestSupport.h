@@ -65,7 +65,9 @@ struct FakeWindow final : DeviceLink {
     requests.emplace_back(buffer.begin(), buffer.begin() + count);
     if (onRequest) onRequest(buffer, count);
   }
-  void FrameHeard(std::span<const std::uint8_t> frame) override { heard.emplace_back(frame.begin(), frame.end()); }
+  void FrameHeard(std::span<const std::uint8_t> frame, bool) override {
+    heard.emplace_back(frame.begin(), frame.end());
+  }
 };
 
 class SerialBench : public DeviceDirectory {
