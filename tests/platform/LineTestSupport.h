@@ -11,6 +11,7 @@
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
+#include <thread>
 #include <vector>
 
 #include "platform/SerialLine.h"
@@ -35,6 +36,37 @@ inline std::vector<std::uint8_t> ReadLine(SerialLine& line, std::size_t count, i
   }
   return got;
 }
+
+// A forwarder (NullModem, VirtualBus) forwarding on a thread of its own from
+// Start until Stop or the end of the test. Writes made before Start are
+// taken at one reading of the clock, as if all ends had written at once.
+template <class Forwarder>
+class Running {
+ public:
+  template <class Options>
+  explicit Running(const Options& options) : forwarder(options) {}
+  ~Running() { Stop(); }
+  Running(const Running&) = delete;
+  Running& operator=(const Running&) = delete;
+
+  void Start() {
+    thread_ = std::thread([this] { result_ = forwarder.Run(); });
+  }
+  // Returns what Run returned.
+  int Stop() {
+    if (thread_.joinable()) {
+      forwarder.Stop();
+      thread_.join();
+    }
+    return result_;
+  }
+
+  Forwarder forwarder;
+
+ private:
+  int result_ = -1;
+  std::thread thread_;
+};
 
 // A scratch directory of the test's own, removed afterwards.
 class TempDir {

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <numeric>
-#include <thread>
 
 #include "LineTestSupport.h"
 #include "platform/NullModem.h"
@@ -13,30 +12,16 @@ namespace quorvel::platform {
 namespace {
 
 // A NullModem forwarding on its own thread, with both ends opened as lines.
-class RunningModem {
- public:
-  explicit RunningModem(const NullModemOptions& options = {}) : modem(options) {
-    thread_ = std::thread([this] { result_ = modem.Run(); });
+struct RunningModem : Running<NullModem> {
+  explicit RunningModem(const NullModemOptions& options = {}) : Running(options) {
     EXPECT_FALSE(a.Open({}));
     EXPECT_FALSE(b.Open({}));
-  }
-  ~RunningModem() { Stop(); }
-
-  int Stop() {
-    if (thread_.joinable()) {
-      modem.Stop();
-      thread_.join();
-    }
-    return result_;
+    Start();
   }
 
-  NullModem modem;
+  NullModem& modem = forwarder;
   TermiosLine a{modem.Path(End::A)};
   TermiosLine b{modem.Path(End::B)};
-
- private:
-  int result_ = -1;
-  std::thread thread_;
 };
 
 std::vector<std::uint8_t> Counting(std::size_t n) {

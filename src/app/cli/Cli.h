@@ -38,6 +38,9 @@ int RunBuild(const Args& args, Io& io);
 // Forwards between two new pseudo-terminals until SIGINT, SIGTERM or SIGHUP.
 int RunNullModem(const Args& args, Io& io);
 
+// A half-duplex bus of 2 to 16 new pseudo-terminals, until SIGINT, SIGTERM or SIGHUP.
+int RunBus(const Args& args, Io& io);
+
 // The sample session on a virtual null-modem line, printed once a second.
 int RunDemo(const Args& args, Io& io);
 
