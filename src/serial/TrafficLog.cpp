@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <ctime>
+#include <optional>
 
 #include "modbus/FrameDecode.h"
 
@@ -98,7 +99,14 @@ std::string TrafficLine(const TrafficLog& log, const TrafficRecord& record, int 
   line += VerdictName(record.verdict, record.ascii);
   if (record.bytes.empty()) return line;
   line += " | " + MODBUS::HexBytes(record.bytes);
-  line += " | " + MODBUS::Summary(MODBUS::DecodeFrame(record.bytes, record.ascii, record.response));
+  // An answer is read against the request just before it, which names its block.
+  std::optional<MODBUS::DecodedFrame> request;
+  if (record.response && record.sequence > log.FirstSequence()) {
+    const TrafficRecord before = log.At(record.sequence - 1);
+    if (!before.response && !before.bytes.empty()) request = MODBUS::DecodeFrame(before.bytes, before.ascii, false);
+  }
+  line += " | " + MODBUS::Summary(
+                      MODBUS::DecodeFrame(record.bytes, record.ascii, record.response, request ? &*request : nullptr));
   return line;
 }
 

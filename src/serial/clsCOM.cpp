@@ -130,6 +130,35 @@ void clsCOM::SendRequest(std::uint8_t id, const ReqProp& request, std::int32_t t
     expectedLength_ = frame.expected;
   }
 
+  answerRule_ = FrameRule::AnswerFrom(id, static_cast<std::uint8_t>(request.Func()));
+  result = BeginTransaction(now, timeout);
+}
+
+bool clsCOM::SendFrame(std::span<const std::uint8_t> message, bool seal, std::int32_t timeout, AnswerSink done) {
+  if (!line_ || mode_ != kModeMaster || entry_.Busy || message.size() < 2) return false;
+  const double now = clock_.GetTimeMs();
+  KeepLine(now);
+  const std::span<std::uint8_t> buffer(buffer_);
+  if (message.size() + 2 > buffer.size()) return false;
+  std::copy(message.begin(), message.end(), buffer.begin());
+  auto n = static_cast<std::int32_t>(message.size());
+  sendCount_ = n;
+  if (seal && ascii_) {
+    if (!MODBUS::ToASCII(buffer, n)) return false;
+    sendCount_ = 2 * n + 5;
+  } else if (seal) {
+    MODBUS::AddCRC(buffer, n);
+    sendCount_ = n + 2;
+  }
+  // Whatever arrives is the answer: its length is not known beforehand.
+  expectedLength_ = 0;
+  answerRule_ = FrameRule::AnswerFrom(message[0], message[1]);
+  if (!BeginTransaction(now, timeout)) return false;
+  handAnswer_ = std::move(done);
+  return true;
+}
+
+bool clsCOM::BeginTransaction(double nowMs, std::int32_t timeout) {
   timeoutMs_ = timeout;
   read_.Cancel();
   masterAccumulator_ = 0;
@@ -137,23 +166,21 @@ void clsCOM::SendRequest(std::uint8_t id, const ReqProp& request, std::int32_t t
   eventArmed_ = false;
   echoMismatches_ = 0;
   EchoMismatches();  // those of earlier traffic are not this request's
-
   if (Framed()) {
     // The request is kept until the line has been quiet long enough; what
     // arrives meanwhile is read and dropped.
-    answerRule_ = FrameRule::AnswerFrom(id, static_cast<std::uint8_t>(request.Func()));
-    Drain(now);
+    Drain(nowMs);
     writeKept_ = true;
-    if (now >= QuietUntilMs() && !WriteRequest(now)) return;
+    if (nowMs >= QuietUntilMs() && !WriteRequest(nowMs)) return false;
   } else {
     // A lost line takes the request like a line on which nobody answers: the
     // window counts a time-out, as it would with the cable pulled at the far end.
     if (LineUp()) line_->Purge(platform::PurgeWhat::Both);
-    if (!WriteRequest(now)) return;
+    if (!WriteRequest(nowMs)) return false;
   }
   state_ = kSending;
   entry_.Busy = true;
-  result = true;
+  return true;
 }
 
 bool clsCOM::WriteRequest(double nowMs) {
@@ -323,6 +350,13 @@ void clsCOM::Deliver(std::int32_t code) {
   // Cleared first: a window that finds the frame was not its answer sets it
   // again while it waits on.
   entry_.Busy = false;
+  if (handAnswer_) {
+    const AnswerSink done = std::move(handAnswer_);
+    handAnswer_ = nullptr;
+    const std::size_t got = code == MODBUS::kTimeout ? 0 : static_cast<std::size_t>(received_);
+    done(code == MODBUS::kTimeout, std::span<const std::uint8_t>(buffer_.data(), got));
+    return;
+  }
   std::int32_t length = code == MODBUS::kTimeout ? 0 : received_;
   for (std::size_t i = 0; i < devices_.DeviceCount(); ++i) {
     DeviceLink& device = devices_.Device(i);

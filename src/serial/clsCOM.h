@@ -93,6 +93,15 @@ class clsCOM {
   // port's own minimum. False when nothing was sent.
   void SendRequest(std::uint8_t id, const ReqProp& request, std::int32_t timeout, std::int32_t interval, bool& result);
 
+  // Master mode, a frame typed by hand: `message` (address, function, data)
+  // goes out sealed with its CRC or as ASCII, or as it stands when `seal` is
+  // false, and the answer (the bytes as received; none after `timeout` ms)
+  // goes to `done` instead of a device window. The answer is looked for as
+  // the one to the message's address and function. False when nothing was
+  // sent: the port is busy, not a master's, or the frame does not fit.
+  using AnswerSink = std::function<void(bool timedOut, std::span<const std::uint8_t> answer)>;
+  bool SendFrame(std::span<const std::uint8_t> message, bool seal, std::int32_t timeout, AnswerSink done);
+
   // Closes the line (its previous settings restored) and clears Busy.
   void Class_Terminate();
 
@@ -113,6 +122,10 @@ class clsCOM {
   static constexpr double kReopenPeriodMs = 1000;
 
   bool Framed() const { return timing_ != LineTiming::Classic; }
+  // Sends the frame sealed in the buffer (sendCount_ bytes) and starts
+  // waiting `timeout` ms for the answer, or keeps it for a quiet line; false
+  // when the line refused it.
+  bool BeginTransaction(double nowMs, std::int32_t timeout);
   // Standard and Fast: reads what has come while no frame is awaited, so that
   // a late answer is seen (and dropped) before the next request goes out.
   void Drain(double nowMs);
@@ -192,6 +205,7 @@ class clsCOM {
   std::int32_t timeoutMs_ = 0;   // of the request under way
   int echoMismatches_ = 0;       // during the transaction under way
   std::int32_t answeredId_ = 0;  // the address our slave answered last
+  AnswerSink handAnswer_;        // where the answer to a hand-made frame goes
 };
 
 }  // namespace quorvel

@@ -41,6 +41,12 @@ int RunNullModem(const Args& args, Io& io);
 // A half-duplex bus of 2 to 16 new pseudo-terminals, until SIGINT, SIGTERM or SIGHUP.
 int RunBus(const Args& args, Io& io);
 
+// Listens on a port and prints every frame heard, until stopped.
+int RunMonitor(const Args& args, Io& io);
+
+// Sends one frame typed by hand and prints the answer.
+int RunSend(const Args& args, Io& io);
+
 // The sample session on a virtual null-modem line, printed once a second.
 int RunDemo(const Args& args, Io& io);
 

@@ -29,6 +29,10 @@ const std::map<std::string, CommandEntry>& Commands() {
       {"encode", {RunEncode, "encode CODE TEXT [--format F] [--k K] [--x0 X]"}},
       {"dump", {RunDump, "dump FILE.qvc [--codepage N]"}},
       {"build", {RunBuild, "build FILE.json -o FILE.qvc [--codepage N]"}},
+      {"monitor",
+       {RunMonitor, "monitor [--map COMn=PATH] [--com N] [--line SPEC] [--timing T] [--seconds S] [--json]"}},
+      {"send",
+       {RunSend, "send [--map COMn=PATH] [--com N] [--line SPEC] [--timing T] [--timeout MS] [--no-crc] HEXBYTES..."}},
       {"bus", {RunBus, "bus --ends N [--baud B] [--drop K] [--flip K] [--noise K] [--echo] [--link DIR]"}},
       {"nullmodem", {RunNullModem, "nullmodem [--baud B] [--drop N] [--flip N] [--noise N] [--echo] [--link DIR]"}},
   };

@@ -6,6 +6,8 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <fstream>
+#include <functional>
 #include <optional>
 #include <ostream>
 
@@ -13,51 +15,17 @@
 #include "app/Settings.h"
 #include "app/cli/HeadlessFrame.h"
 #include "app/cli/HexArgs.h"
+#include "app/cli/PortArgs.h"
 #include "platform/SettingsStore.h"
 #include "serial/PortEntry.h"
 
 namespace quorvel::cli {
 namespace {
 
-constexpr const char* kRunOptions[] = {"--map",   "--seconds",      "--com",          "--mode",
-                                       "--id",    "--timeout",      "--period",       "--line",
-                                       "--write", "--user-request", "--save-session", "--timing"};
+constexpr const char* kRunOptions[] = {"--map",          "--seconds", "--com",    "--mode",  "--id",
+                                       "--timeout",      "--period",  "--line",   "--write", "--user-request",
+                                       "--save-session", "--timing",  "--traffic"};
 constexpr const char* kRunFlags[] = {"--echo"};
-
-std::optional<std::int64_t> ParseInteger(const std::string& text, std::int64_t lo, std::int64_t hi) {
-  const auto value = ParseDouble(text);
-  if (!value || *value != static_cast<double>(static_cast<std::int64_t>(*value))) return std::nullopt;
-  const auto n = static_cast<std::int64_t>(*value);
-  if (n < lo || n > hi) return std::nullopt;
-  return n;
-}
-
-// "19200-8E1" or "9600-7E1-ascii": baud, data bits, parity N/O/E/M/S, stop bits 1/1.5/2, framing.
-bool ApplyLine(const std::string& text, PortEntry& entry) {
-  const auto dash = text.find('-');
-  if (dash == std::string::npos) return false;
-  const auto baud = ParseInteger(text.substr(0, dash), 50, 100'000'000);
-  std::string rest = text.substr(dash + 1);
-  bool ascii = false;
-  if (const auto framing = rest.find('-'); framing != std::string::npos) {
-    const std::string kind = rest.substr(framing + 1);
-    if (kind != "ascii" && kind != "rtu") return false;
-    ascii = kind == "ascii";
-    rest = rest.substr(0, framing);
-  }
-  if (!baud || rest.size() < 3 || (rest[0] != '7' && rest[0] != '8')) return false;
-  static const std::string kParities = "NOEMS";
-  const auto parity = kParities.find(static_cast<char>(std::toupper(static_cast<unsigned char>(rest[1]))));
-  const std::string stop = rest.substr(2);
-  if (parity == std::string::npos || (stop != "1" && stop != "1.5" && stop != "2")) return false;
-  entry.dcb.BaudRate = static_cast<std::uint32_t>(*baud);
-  entry.dcb.ByteSize = static_cast<std::uint8_t>(rest[0] - '0');
-  entry.dcb.Parity = static_cast<std::uint8_t>(parity);
-  entry.dcb.StopBits = stop == "1" ? 0 : (stop == "1.5" ? 1 : 2);
-  entry.ASCII = ascii;
-  entry.ASCII8bits = rest[0] == '8';
-  return true;
-}
 
 // One window for the project, set up as the options say.
 int OpenProjectWindow(frmQuorvelMain& frame, const std::string& file, const Options& options, Io& io) {
@@ -154,6 +122,23 @@ nlohmann::ordered_json RunWindowState(frmQuorvelMain& frame, frmQuorvel& window)
   return state;
 }
 
+// Every open port's traffic, a line a frame as it happens, to `out`; none
+// after it (before `out` goes).
+void WriteTraffic(frmQuorvelMain& frame, std::optional<std::reference_wrapper<std::ostream>> out) {
+  for (int com = 1; com <= 16; ++com) {
+    const std::shared_ptr<TrafficLog> log = frame.Port(com).Traffic;
+    if (!log) continue;
+    if (!out) {
+      log->SetListener({});
+      continue;
+    }
+    log->SetListener([log = log.get(), com, &stream = out->get()](const TrafficRecord& record) {
+      stream << TrafficLine(*log, record, com) << "\n";
+      stream.flush();
+    });
+  }
+}
+
 bool IsSession(const std::string& path) {
   return path.size() >= 4 && std::equal(path.end() - 4, path.end(), ".qvs", [](char a, char b) {
            return std::tolower(static_cast<unsigned char>(a)) == b;
@@ -222,6 +207,14 @@ int RunRun(const Args& args, Io& io) {
       return UsageError(io, "run", "there is no window " + std::to_string(action.window));
 
   frame.Devices().front()->mnuConnectAll_Click();
+  std::ofstream trafficFile;
+  if (const std::string* target = options.find("--traffic")) {
+    if (*target != "-") {
+      trafficFile.open(*target, std::ios::out | std::ios::trunc);
+      if (!trafficFile) return UsageError(io, "run", "cannot write the traffic log to " + *target);
+    }
+    WriteTraffic(frame, *target == "-" ? io.err : trafficFile);
+  }
   // Typed and chosen once the windows are connected, as a user would.
   for (const auto& action : writes) {
     const std::string outcome = TypeInto(*frame.Devices()[action.window - 1], action.label, action.text);
@@ -232,6 +225,7 @@ int RunRun(const Args& args, Io& io) {
       frame.Tell("window " + std::to_string(action.window) + " has no user request " + action.label);
 
   frame.Drive(stop, seconds);
+  WriteTraffic(frame, std::nullopt);
 
   int result = kOk;
   if (const std::string* target = options.find("--save-session")) {
