@@ -9,6 +9,7 @@
 #include <array>
 #include <cstdint>
 #include <deque>
+#include <set>
 #include <memory>
 #include <span>
 #include <string>
@@ -178,6 +179,12 @@ class frmQuorvel : public DeviceLink {
   void UpdateModeMenus();
   void ConnectAll(bool connected);
   void ScheduleAll(bool enable);
+  // After a periodic request has had its turn: due again a period on, and
+  // the window due when its earliest request is.
+  void ScheduleAfter(ReqProp& request);
+  // A request that cannot be laid out is said in the message window instead
+  // of going out; a periodic one only the first time.
+  void ReportUnsent(const ReqProp& request, const char* why);
   void QueueEntryWrite(const CtrlProp& element, double value);
   void UserMenuChosen(const std::string& caption, std::int32_t sendAsIs, std::int32_t typeFirst);
 
@@ -207,6 +214,7 @@ class frmQuorvel : public DeviceLink {
   std::string statistic_ = " rQ: 0000 Err: 0000";
   std::array<AddressRange, 4> ranges_{};
   std::deque<std::vector<std::uint8_t>> heard_;
+  std::set<const ReqProp*> unsentReported_;
 };
 
 }  // namespace quorvel
