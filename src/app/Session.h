@@ -21,9 +21,10 @@ bool SaveSession(frmQuorvelMain& frame, const std::string& file, const CodePage&
 
 // Opens the session in `file`: the ports' line settings, the frame's size
 // and one device window per block, opened as if chosen by the user. A
-// project that no longer loads is skipped and the others open. A file that
-// is missing or damaged is reported in a message box, nothing changes and
-// false comes back.
+// project that no longer loads is skipped and the others open. A missing
+// file is reported in a message box, nothing changes and false comes back. A
+// damaged one applies its complete port blocks and opens its complete window
+// blocks, then reports the first damage with its line and returns false.
 bool LoadSession(frmQuorvelMain& frame, const std::string& file, const CodePage& codePage = CodePage::Default());
 
 // The session as it would be written to `file`, project paths included.
