@@ -172,6 +172,7 @@ class frmQuorvel : public DeviceLink {
   DeviceMenus menus;
   WindowPlacement Placement;
   Panel& panel() { return *panel_; }
+  const Panel& panel() const { return *panel_; }
   const CodePage& codePage() const { return codePage_; }
   DeviceHost& host() { return host_; }
 

@@ -9,6 +9,7 @@
 #include <optional>
 #include <ostream>
 
+#include "app/DefaultPlacement.h"
 #include "app/Session.h"
 #include "app/Settings.h"
 #include "app/cli/HeadlessFrame.h"
@@ -237,6 +238,8 @@ int RunRun(const Args& args, Io& io) {
 
   int result = kOk;
   if (const std::string* target = options.find("--save-session")) {
+    // Without a screen nothing has a size; the desktop's defaults stand in.
+    GiveDefaultPlacements(frame);
     if (!SaveSession(frame, *target)) result = kFailed;
   }
   nlohmann::ordered_json windows = nlohmann::ordered_json::array();
