@@ -409,6 +409,11 @@ void MainWindow::SaveSessionMain() {
   if (!file.isEmpty()) SaveChosenSession(*this, file.toStdString());
 }
 
+void MainWindow::EndSession() {
+  endingSession_ = true;
+  close();
+}
+
 void MainWindow::closeEvent(QCloseEvent* event) {
   const auto ask = [this](const std::string& text, const std::string& title) {
     const int answer = AskYesNoCancel(QString::fromStdString(text), QString::fromStdString(title));
@@ -416,7 +421,7 @@ void MainWindow::closeEvent(QCloseEvent* event) {
            : answer == QMessageBox::No ? PromptAnswer::No
                                        : PromptAnswer::Cancel;
   };
-  if (!MDIForm_QueryUnload(*this, ask, [this] { SaveSessionMain(); })) {
+  if (!endingSession_ && !MDIForm_QueryUnload(*this, ask, [this] { SaveSessionMain(); })) {
     event->ignore();
     return;
   }
