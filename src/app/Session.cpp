@@ -105,6 +105,14 @@ bool SaveSession(frmQuorvelMain& frame, const std::string& file, const CodePage&
   return true;
 }
 
+bool SaveSession(frmQuorvelMain& frame, const std::string& file) {
+  return SaveSession(frame, file, frame.ProjectCodePage());
+}
+
+bool LoadSession(frmQuorvelMain& frame, const std::string& file) {
+  return LoadSession(frame, file, frame.ProjectCodePage());
+}
+
 bool LoadSession(frmQuorvelMain& frame, const std::string& file, const CodePage& codePage) {
   std::error_code ec;
   const bool exists = fs::exists(file, ec);

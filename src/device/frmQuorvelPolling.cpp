@@ -96,7 +96,8 @@ void frmQuorvel::GetResponce(std::int32_t code, std::int32_t& length, std::span<
   } else if (outcome.deliver) {
     StoreResponseData(buffer, length);
   }
-  if (outcome.show) host_.ShowMsg(outcome.message);
+  // The message starts with the request's label, in the project's code page.
+  if (outcome.show) host_.ShowMsg(codePage_.ToUtf8(outcome.message));
   RefreshStatistics();
 }
 

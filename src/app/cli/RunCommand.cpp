@@ -9,6 +9,7 @@
 #include <optional>
 #include <ostream>
 
+#include "app/CodePageSetting.h"
 #include "app/DefaultPlacement.h"
 #include "app/Session.h"
 #include "app/Settings.h"
@@ -22,7 +23,7 @@ namespace {
 
 constexpr const char* kRunOptions[] = {"--map",   "--seconds",      "--com",          "--mode",
                                        "--id",    "--timeout",      "--period",       "--line",
-                                       "--write", "--user-request", "--save-session", "--timing"};
+                                       "--write", "--user-request", "--save-session", "--timing", "--codepage"};
 constexpr const char* kRunFlags[] = {"--echo"};
 
 std::optional<std::int64_t> ParseInteger(const std::string& text, std::int64_t lo, std::int64_t hi) {
@@ -177,9 +178,18 @@ int RunRun(const Args& args, Io& io) {
         return UsageError(io, "run", std::string(name) + " is for a project; a session names its own");
   }
 
-  // The user's port mapping, then this run's overrides.
+  // The user's port mapping and code page, then this run's overrides.
   platform::PortMap portMap;
-  if (const auto store = platform::OpenUserSettings()) portMap = LoadPortMap(*store);
+  const CodePage* codePage = &CodePage::Default();
+  if (const auto store = platform::OpenUserSettings()) {
+    portMap = LoadPortMap(*store);
+    codePage = &UserCodePage(*store);
+  }
+  if (const std::string* text = options.find("--codepage")) {
+    std::string problem;
+    codePage = ParseCodePage(*text, problem);
+    if (!codePage) return UsageError(io, "run", problem);
+  }
   std::vector<WindowAction> writes;
   std::vector<WindowAction> requests;
   for (const auto& [name, value] : options.named) {
@@ -208,6 +218,7 @@ int RunRun(const Args& args, Io& io) {
   const platform::StopSignals stop;
   platform::SystemClock clock;
   HeadlessFrame frame(clock, portMap, [&io](const std::string& text) { io.err << text << "\n"; });
+  frame.SetCodePage(*codePage);
   if (session) {
     // A damaged session runs the windows it opened; the damage has been told.
     LoadSession(frame, file);

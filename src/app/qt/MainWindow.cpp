@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "app/CodePageSetting.h"
 #include "app/FileCommands.h"
 #include "app/Settings.h"
 #include "app/Startup.h"
@@ -113,6 +114,7 @@ void MainWindow::Load(const std::string& commandLine) {
       {static_cast<float>(twips.ToTwips(available.width())), static_cast<float>(twips.ToTwips(available.height()))});
   setGeometry(ToPixels(Placement));
   framePlaced_ = Placement;
+  SetCodePage(UserCodePage(store_));
   Guarded(*this, [&] { OpenCommandLine(*this, commandLine); });
   FindPorts();
   SyncView();
@@ -407,6 +409,13 @@ void MainWindow::RunFrameCommand(FrameCommand command, int index) {
 void MainWindow::SaveSessionMain() {
   const QString file = ChooseSaveFile ? ChooseSaveFile() : QString();
   if (!file.isEmpty()) SaveChosenSession(*this, file.toStdString());
+}
+
+void MainWindow::ChooseCodePage(int number) {
+  if (const CodePage* page = CodePage::Find(number)) {
+    SetCodePage(*page);
+    SaveUserCodePage(store_, number);
+  }
 }
 
 void MainWindow::EndSession() {

@@ -72,6 +72,9 @@ class MainWindow : public QMainWindow, public frmQuorvelMain {
   // Exit does, settings and recent lists saved, but asks nothing.
   void EndSession();
 
+  // The code page of project and session texts, kept in the settings.
+  void ChooseCodePage(int number);
+
  protected:
   void closeEvent(QCloseEvent* event) override;
   // Sees every input event of the program, to re-arm the wake-up after it.
