@@ -31,7 +31,7 @@ std::string CommandLineFile(std::string_view commandLine) {
   return name;
 }
 
-void OpenCommandLine(frmQuorvelMain& frame, std::string_view commandLine, const CodePage& codePage) {
+void OpenCommandLine(frmQuorvelMain& frame, std::string_view commandLine) {
   const std::string lowered = CommandLineFile(commandLine);
   const bool project = EndsWith(lowered, "qvc");
   if (!project && !EndsWith(lowered, "qvs")) return;
@@ -46,17 +46,17 @@ void OpenCommandLine(frmQuorvelMain& frame, std::string_view commandLine, const 
   if (project) {
     frame.OpenProject(name);
   } else {
-    LoadSession(frame, name, codePage);
+    LoadSession(frame, name);
   }
 }
 
-void OpenChosenFile(frmQuorvelMain& frame, const std::string& file, const CodePage& codePage) {
+void OpenChosenFile(frmQuorvelMain& frame, const std::string& file) {
   const std::string extension = Extension(file);
   PublicVeriables& globals = frame.Globals();
   if (extension == "qvc") {
     if (frame.OpenProject(file)) globals.LastPath = GetDir(file);
   } else if (extension == "qvs") {
-    if (LoadSession(frame, file, codePage)) {
+    if (LoadSession(frame, file)) {
       AddRecentSession(globals, file);
       globals.CurrentSession = file;
       globals.LastPath = GetDir(file);
@@ -64,8 +64,8 @@ void OpenChosenFile(frmQuorvelMain& frame, const std::string& file, const CodePa
   }
 }
 
-bool SaveChosenSession(frmQuorvelMain& frame, const std::string& file, const CodePage& codePage) {
-  if (!SaveSession(frame, file, codePage)) return false;
+bool SaveChosenSession(frmQuorvelMain& frame, const std::string& file) {
+  if (!SaveSession(frame, file)) return false;
   PublicVeriables& globals = frame.Globals();
   AddRecentSession(globals, file);
   globals.CurrentSession = file;
@@ -78,9 +78,9 @@ void mnuRecentFile_Click(frmQuorvelMain& frame, int index) {
   if (!entry.empty()) frame.OpenProject(entry);
 }
 
-void mnuRecentSession_Click(frmQuorvelMain& frame, int index, const CodePage& codePage) {
+void mnuRecentSession_Click(frmQuorvelMain& frame, int index) {
   const std::string entry = RecentEntry(frame.Globals().RecentSessions, index);
-  if (!entry.empty()) LoadSession(frame, entry, codePage);
+  if (!entry.empty()) LoadSession(frame, entry);
 }
 
 bool MDIForm_QueryUnload(frmQuorvelMain& frame, const YesNoCancel& ask, const std::function<void()>& saveSessionMain) {

@@ -21,23 +21,22 @@ std::string CommandLineFile(std::string_view commandLine);
 // project, one ending in "qvs" as a session; any other is ignored. The lowered
 // name is opened when such a file exists; on a file system where letter case
 // matters the name as given (quotes dropped) is opened otherwise.
-void OpenCommandLine(frmQuorvelMain& frame, std::string_view commandLine,
-                     const CodePage& codePage = CodePage::Default());
+void OpenCommandLine(frmQuorvelMain& frame, std::string_view commandLine);
 
 // Open, after the dialog: by the name's extension (letter case counts), a
 // project or a session. A project that opens, or a session that loads,
 // makes its directory the last one used; a session also heads the recent
 // list and becomes the current session.
-void OpenChosenFile(frmQuorvelMain& frame, const std::string& file, const CodePage& codePage = CodePage::Default());
+void OpenChosenFile(frmQuorvelMain& frame, const std::string& file);
 
 // Save Session, after the dialog: true when written, which puts it at the
 // head of the recent list and makes it the current session and its
 // directory the last one used.
-bool SaveChosenSession(frmQuorvelMain& frame, const std::string& file, const CodePage& codePage = CodePage::Default());
+bool SaveChosenSession(frmQuorvelMain& frame, const std::string& file);
 
 // Recent entry i (1-based), when the list has it; neither moves it in its list.
 void mnuRecentFile_Click(frmQuorvelMain& frame, int index);
-void mnuRecentSession_Click(frmQuorvelMain& frame, int index, const CodePage& codePage = CodePage::Default());
+void mnuRecentSession_Click(frmQuorvelMain& frame, int index);
 
 enum class PromptAnswer { Yes, No, Cancel };
 // A message box with Yes, No and Cancel buttons.

@@ -13,8 +13,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-void ApplyPorts(frmQuorvelMain& frame, const SessionFile& session) {
-  for (int com = 1; com <= 16; ++com) {
+void ApplyPorts(frmQuorvelMain& frame, const SessionFile& session, int ports) {
+  for (int com = 1; com <= ports; ++com) {
     const SessionPort& saved = session.Ports[static_cast<std::size_t>(com - 1)];
     PortEntry& entry = frame.Port(com);
     // Only the line settings: whether the port is open, and its port object,
@@ -105,6 +105,14 @@ bool SaveSession(frmQuorvelMain& frame, const std::string& file, const CodePage&
   return true;
 }
 
+bool SaveSession(frmQuorvelMain& frame, const std::string& file) {
+  return SaveSession(frame, file, frame.ProjectCodePage());
+}
+
+bool LoadSession(frmQuorvelMain& frame, const std::string& file) {
+  return LoadSession(frame, file, frame.ProjectCodePage());
+}
+
 bool LoadSession(frmQuorvelMain& frame, const std::string& file, const CodePage& codePage) {
   std::error_code ec;
   const bool exists = fs::exists(file, ec);
@@ -121,17 +129,15 @@ bool LoadSession(frmQuorvelMain& frame, const std::string& file, const CodePage&
     frame.MsgBox(error);
     return false;
   }
-  SessionFile session;
-  try {
-    session = ParseSession(codePage.ToUtf8(bytes));
-  } catch (const WriteNotationError& bad) {
-    frame.MsgBox(file + ", " + bad.what());
-    return false;
+  // A damaged file opens what comes before the damage, as reading it value
+  // by value into the program would; the damage is then reported.
+  const SessionReading reading = ReadSession(codePage.ToUtf8(bytes));
+  const SessionFile& session = reading.session;
+  ApplyPorts(frame, session, reading.ports);
+  if (reading.size) {
+    frame.Placement.Width = session.Width;
+    frame.Placement.Height = session.Height;
   }
-
-  ApplyPorts(frame, session);
-  frame.Placement.Width = session.Width;
-  frame.Placement.Height = session.Height;
   // Relative project paths resolve against the session's own directory; the
   // process's current directory is left alone.
   const fs::path cwd = fs::current_path(ec);
@@ -139,6 +145,10 @@ bool LoadSession(frmQuorvelMain& frame, const std::string& file, const CodePage&
       (fs::path(file).is_absolute() ? fs::path(file) : cwd / file).lexically_normal().parent_path().string();
   for (const SessionWindow& saved : session.Windows) OpenWindow(frame, sessionDir, saved);
   frame.SetMenus();
+  if (reading.failure) {
+    frame.MsgBox(file + ", " + reading.failure->what());
+    return false;
+  }
   return true;
 }
 

@@ -90,42 +90,59 @@ std::string FormatSession(const SessionFile& session) {
   return out.Text();
 }
 
-SessionFile ParseSession(std::string_view text) {
+SessionReading ReadSession(std::string_view text) {
   WriteNotationReader in(text);
-  SessionFile session;
-  for (int com = 1; com <= 16; ++com) {
-    SessionPort& port = session.Ports[static_cast<std::size_t>(com - 1)];
-    port.ASCII = in.Boolean(PortField(com, "ASCII"));
-    port.ASCII8bits = in.Boolean(PortField(com, "ASCII8bits"));
-    port.BaudRate = static_cast<std::uint32_t>(in.Integer(PortField(com, "BaudRate"), kLongLow, kLongHigh));
-    port.Mode = static_cast<std::int16_t>(in.Integer(PortField(com, "Mode"), kIntegerLow, kIntegerHigh));
-    port.Parity = static_cast<std::uint8_t>(in.Integer(PortField(com, "Parity"), 0, 255));
-    port.Flags = static_cast<std::uint32_t>(in.Integer(PortField(com, "flag word"), kLongLow, kLongHigh));
-    port.StopBits = static_cast<std::uint8_t>(in.Integer(PortField(com, "StopBits"), 0, 255));
-  }
-  session.Width = in.Single("the frame width");
-  session.Height = in.Single("the frame height");
-  const auto count = in.Integer("the number of windows", 0, kIntegerHigh);
-  for (std::int64_t i = 1; i <= count; ++i) {
-    const auto n = static_cast<std::size_t>(i);
-    SessionWindow window;
-    window.ProjectFile = in.String(WindowField(n, "the project file"));
-    window.COM = static_cast<std::int16_t>(in.Integer(WindowField(n, "COM"), kIntegerLow, kIntegerHigh));
-    // The window keeps its slave address in a byte.
-    window.ID = static_cast<std::int16_t>(in.Integer(WindowField(n, "ID"), 0, 255));
-    window.Mode = static_cast<std::int16_t>(in.Integer(WindowField(n, "Mode"), kIntegerLow, kIntegerHigh));
-    window.Timeout = static_cast<std::int32_t>(in.Integer(WindowField(n, "Timeout"), kLongLow, kLongHigh));
-    window.PollingPeriod = static_cast<std::int32_t>(in.Integer(WindowField(n, "PollingPeriod"), kLongLow, kLongHigh));
-    window.Interval = static_cast<std::int32_t>(in.Integer(WindowField(n, "Interval"), kLongLow, kLongHigh));
-    window.AutoEnable = in.Boolean(WindowField(n, "AutoEnable"));
-    window.Left = in.Single(WindowField(n, "the left edge"));
-    window.Top = in.Single(WindowField(n, "the top edge"));
-    window.Width = in.Single(WindowField(n, "the width"));
-    window.Height = in.Single(WindowField(n, "the height"));
-    session.Windows.push_back(std::move(window));
+  SessionReading reading;
+  SessionFile& session = reading.session;
+  try {
+    for (int com = 1; com <= 16; ++com) {
+      SessionPort port;
+      port.ASCII = in.Boolean(PortField(com, "ASCII"));
+      port.ASCII8bits = in.Boolean(PortField(com, "ASCII8bits"));
+      port.BaudRate = static_cast<std::uint32_t>(in.Integer(PortField(com, "BaudRate"), kLongLow, kLongHigh));
+      port.Mode = static_cast<std::int16_t>(in.Integer(PortField(com, "Mode"), kIntegerLow, kIntegerHigh));
+      port.Parity = static_cast<std::uint8_t>(in.Integer(PortField(com, "Parity"), 0, 255));
+      port.Flags = static_cast<std::uint32_t>(in.Integer(PortField(com, "flag word"), kLongLow, kLongHigh));
+      port.StopBits = static_cast<std::uint8_t>(in.Integer(PortField(com, "StopBits"), 0, 255));
+      session.Ports[static_cast<std::size_t>(com - 1)] = port;
+      reading.ports = com;
+    }
+    const float width = in.Single("the frame width");
+    session.Height = in.Single("the frame height");
+    session.Width = width;
+    reading.size = true;
+    const auto count = in.Integer("the number of windows", 0, kIntegerHigh);
+    for (std::int64_t i = 1; i <= count; ++i) {
+      const auto n = static_cast<std::size_t>(i);
+      SessionWindow window;
+      window.ProjectFile = in.String(WindowField(n, "the project file"));
+      window.COM = static_cast<std::int16_t>(in.Integer(WindowField(n, "COM"), kIntegerLow, kIntegerHigh));
+      // The window keeps its slave address in a byte.
+      window.ID = static_cast<std::int16_t>(in.Integer(WindowField(n, "ID"), 0, 255));
+      window.Mode = static_cast<std::int16_t>(in.Integer(WindowField(n, "Mode"), kIntegerLow, kIntegerHigh));
+      window.Timeout = static_cast<std::int32_t>(in.Integer(WindowField(n, "Timeout"), kLongLow, kLongHigh));
+      window.PollingPeriod =
+          static_cast<std::int32_t>(in.Integer(WindowField(n, "PollingPeriod"), kLongLow, kLongHigh));
+      window.Interval = static_cast<std::int32_t>(in.Integer(WindowField(n, "Interval"), kLongLow, kLongHigh));
+      window.AutoEnable = in.Boolean(WindowField(n, "AutoEnable"));
+      window.Left = in.Single(WindowField(n, "the left edge"));
+      window.Top = in.Single(WindowField(n, "the top edge"));
+      window.Width = in.Single(WindowField(n, "the width"));
+      window.Height = in.Single(WindowField(n, "the height"));
+      session.Windows.push_back(std::move(window));
+    }
+  } catch (const WriteNotationError& failure) {
+    reading.failure = failure;
+    return reading;
   }
   ReadLineTiming(in, session);
-  return session;
+  return reading;
+}
+
+SessionFile ParseSession(std::string_view text) {
+  SessionReading reading = ReadSession(text);
+  if (reading.failure) throw *reading.failure;
+  return std::move(reading.session);
 }
 
 }  // namespace quorvel

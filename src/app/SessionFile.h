@@ -1,9 +1,8 @@
 #pragma once
 
 // The content of a session file (".qvs"): the line settings of the 16 ports,
-// the frame's size and one block per device window, and its text form. The
-// text is read completely before anything is applied, so that a damaged file
-// leaves the program as it was.
+// the frame's size and one block per device window, and its text form. A
+// damaged file gives what was read before the damage, and where it is.
 //
 // A port's line timing and echo removal are not in the original layout. When
 // any port has something other than Classic timing without echo, they follow
@@ -14,10 +13,12 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "app/WriteNotation.h"
 #include "serial/LineTiming.h"
 
 namespace quorvel {
@@ -64,11 +65,24 @@ struct SessionFile {
 // The file's text in UTF-8, one value a line, lines ending in CR LF.
 std::string FormatSession(const SessionFile& session);
 
-// Throws WriteNotationError naming the line and the value that is missing or
-// malformed. After the last window block only the line timing block is read;
-// when it is absent, damaged or cut short every port is Classic without echo,
-// and anything else there is ignored. An unknown timing number makes that
-// port Classic.
+// What a session text gives, read front to back until the first value that
+// is missing or malformed: the complete port blocks (COM1 up), the frame's
+// size if it was read, every complete window block, and that failure.
+struct SessionReading {
+  SessionFile session;
+  int ports = 0;
+  bool size = false;
+  std::optional<WriteNotationError> failure;
+};
+
+// A blank line where a value is expected is an empty value (0, false, "").
+// After the last window block only the line timing block is read; when it is
+// absent, damaged or cut short every port is Classic without echo, and
+// anything else there is ignored. An unknown timing number makes that port
+// Classic.
+SessionReading ReadSession(std::string_view text);
+
+// The whole session; throws the failure of a damaged one.
 SessionFile ParseSession(std::string_view text);
 
 }  // namespace quorvel

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "app/DefaultPlacement.h"
 #include "app/RecentLists.h"
 #include "app/WriteNotation.h"
 
@@ -37,10 +38,11 @@ void LoadStartupSettings(platform::SettingsStore& store, frmQuorvelMain& frame, 
   ReadList(store, globals.RecentSessions, "s");
   ShowRecentFiles(globals);
   ShowRecentSessions(globals);
-  frame.Placement.Left = ReadSingle(store, "MainLeft", screen.Width / 6);
-  frame.Placement.Top = ReadSingle(store, "MainTop", screen.Height / 6);
-  frame.Placement.Width = ReadSingle(store, "MainWidth", screen.Width / 1.5f);
-  frame.Placement.Height = ReadSingle(store, "MainHeight", screen.Height / 1.5f);
+  const WindowPlacement fallback = DefaultFramePlacement(screen.Width, screen.Height);
+  frame.Placement.Left = ReadSingle(store, "MainLeft", fallback.Left);
+  frame.Placement.Top = ReadSingle(store, "MainTop", fallback.Top);
+  frame.Placement.Width = ReadSingle(store, "MainWidth", fallback.Width);
+  frame.Placement.Height = ReadSingle(store, "MainHeight", fallback.Height);
   globals.LastPath = store.GetSetting(kSettingsApp, kStartupSection, "Path", "");
 }
 

@@ -133,6 +133,7 @@ std::string WriteNotationReader::String(std::string_view what) { return Next(wha
 
 bool WriteNotationReader::Boolean(std::string_view what) {
   const Field field = Next(what);
+  if (!field.quoted && field.text.empty()) return false;
   if (!field.quoted) {
     std::string upper = field.text;
     for (char& c : upper) {
@@ -149,6 +150,11 @@ bool WriteNotationReader::Boolean(std::string_view what) {
 std::int64_t WriteNotationReader::Integer(std::string_view what, std::int64_t low, std::int64_t high) {
   const Field field = Next(what);
   if (field.quoted) Fail(field, kTypeMismatch, what);
+  // A blank line reads as an empty value, which for a number is 0.
+  if (field.text.empty()) {
+    if (low > 0 || high < 0) Fail(field, kOverflow, what);
+    return 0;
+  }
   std::int64_t whole = 0;
   const char* first = field.text.data();
   if (!field.text.empty() && *first == '+') ++first;
@@ -176,6 +182,7 @@ std::int64_t WriteNotationReader::Integer(std::string_view what, std::int64_t lo
 float WriteNotationReader::Single(std::string_view what) {
   const Field field = Next(what);
   if (field.quoted) Fail(field, kTypeMismatch, what);
+  if (field.text.empty()) return 0;
   if (const auto value = ParseSingleText(field.text)) return *value;
   double value = 0;
   Fail(field, ParseDecimal(field.text, value) == Number::NotANumber ? kTypeMismatch : kOverflow, what);

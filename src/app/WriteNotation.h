@@ -52,7 +52,8 @@ class WriteNotationReader {
  public:
   explicit WriteNotationReader(std::string_view text) : text_(text) {}
 
-  // Each reads the next value; `what` names it in the error.
+  // Each reads the next value; `what` names it in the error. An empty value
+  // (a blank line) reads as "", false or 0, as "Input #" reads it.
   std::string String(std::string_view what);
   bool Boolean(std::string_view what);
   // A whole number in [low, high]; a fraction is rounded half to even.

@@ -33,7 +33,7 @@ void frmQuorvelMain::SetDefaultPortSettings() {
 }
 
 frmQuorvel* frmQuorvelMain::OpenProject(const std::string& path) {
-  auto window = std::make_unique<frmQuorvel>(*this);
+  auto window = std::make_unique<frmQuorvel>(*this, *codePage_);
   if (!window->SetProjectFile(path)) return nullptr;
   forms_.push_back(std::move(window));
   frmQuorvel* opened = forms_.back().get();

@@ -41,6 +41,11 @@ class frmQuorvelMain : public DeviceHost, public DeviceDirectory {
   void SetMsgBoxSink(MessageSink sink) { msgBox_ = std::move(sink); }
   void SetShowMsgSink(MessageSink sink) { showMsg_ = std::move(sink); }
 
+  // The code page of project and session texts; projects opened from now
+  // on read theirs in it.
+  void SetCodePage(const CodePage& codePage) { codePage_ = &codePage; }
+  const CodePage& ProjectCodePage() const { return *codePage_; }
+
   // A new device window for the project; nullptr when it does not load.
   frmQuorvel* OpenProject(const std::string& path);
   void CloseDevice(frmQuorvel& window);
@@ -131,6 +136,7 @@ class frmQuorvelMain : public DeviceHost, public DeviceDirectory {
   bool portsActive_ = false;
   bool pollingEnabled_ = false;
   bool checkEnabled_ = false;
+  const CodePage* codePage_ = &CodePage::Default();
 };
 
 }  // namespace quorvel

@@ -4,8 +4,12 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <optional>
 #include <string>
 #include <utility>
+#include <vector>
+
+#include "convert/EntryPicture.h"
 
 namespace quorvel {
 
@@ -50,12 +54,12 @@ std::string_view Trim(std::string_view s) {
   return s;
 }
 
-// The text without blanks (and without ',' when asked).
-std::string Compact(std::string_view s, bool dropCommas) {
+// The text without blanks.
+std::string Compact(std::string_view s) {
   std::string out;
   out.reserve(s.size());
   for (char c : s)
-    if (!IsBlank(c) && !(dropCommas && c == ',')) out += c;
+    if (!IsBlank(c)) out += c;
   return out;
 }
 
@@ -69,8 +73,8 @@ bool IsSplitHexForm(std::string_view s) {
   return AllOf(high, IsHexChar) && AllOf(low, IsHexChar) && AllOf(gap, IsBlank);
 }
 
-EntryReading Refused(std::string reason) { return {false, 0, std::move(reason)}; }
-EntryReading Read(double number) { return {true, number, {}}; }
+EntryReading Refused(std::string reason) { return {false, 0, std::move(reason), false, false}; }
+EntryReading Read(double number) { return {true, number, {}, false, false}; }
 
 bool HexIsSigned32(const AddressCode& code) {
   return !code.isBit() && (code.typeField() == 2 || code.typeField() == 3);
@@ -175,9 +179,60 @@ bool BeyondLargest(std::string_view s) {
   return magnitude + (negativeExponent ? -exponent : exponent) > 0;
 }
 
-EntryReading ReadDecimal(std::string_view text) {
-  const std::string digits = Compact(text, true);
-  std::string_view s = digits;
+// A comma that groups thousands: after a digit, and followed by exactly three
+// digits and then the end, another comma, the point or the exponent.
+bool IsGroupComma(std::string_view s, std::size_t at) {
+  if (at == 0 || !IsDecimalChar(s[at - 1]) || at + 4 > s.size()) return false;
+  for (std::size_t i = at + 1; i <= at + 3; ++i)
+    if (!IsDecimalChar(s[i])) return false;
+  const std::size_t next = at + 4;
+  return next == s.size() || s[next] == ',' || s[next] == '.' || Lower(s[next]) == 'e';
+}
+
+// Commas in a decimal, read so that a value never comes out 10 or 1000 times
+// what was meant: thousands groups are dropped, a lone comma that cannot be a
+// group is the decimal point, and "1,234" (either) follows the picture: a
+// group when the picture groups digits with ',', the decimal point when not.
+// Anything else is refused: empty when refused.
+std::optional<std::string> ResolveCommas(std::string s, bool pictureGroups) {
+  std::vector<std::size_t> commas;
+  std::size_t mantissaEnd = s.size();
+  for (std::size_t i = 0; i < s.size(); ++i) {
+    if (Lower(s[i]) == 'e') {
+      mantissaEnd = i;
+      break;
+    }
+  }
+  bool point = false;
+  for (std::size_t i = 0; i < mantissaEnd; ++i) {
+    if (s[i] == ',') commas.push_back(i);
+    if (s[i] == '.') point = true;
+  }
+  for (std::size_t i = mantissaEnd; i < s.size(); ++i)
+    if (s[i] == ',') return std::nullopt;
+  if (commas.empty()) return s;
+  bool allGroups = true;
+  for (std::size_t at : commas) {
+    const bool beforePoint = s.find('.') == std::string::npos || at < s.find('.');
+    allGroups = allGroups && IsGroupComma(s, at) && beforePoint;
+  }
+  const bool decimalComma = !point && commas.size() == 1 && (!allGroups || !pictureGroups);
+  if (decimalComma) {
+    s[commas[0]] = '.';
+    return s;
+  }
+  if (!allGroups) return std::nullopt;
+  std::string out;
+  for (char c : s)
+    if (c != ',') out += c;
+  return out;
+}
+
+EntryReading ReadDecimal(std::string_view text, bool pictureGroups, std::string_view shown) {
+  const std::optional<std::string> resolved = ResolveCommas(Compact(text), pictureGroups);
+  if (!resolved)
+    return Refused("Not a number: " + std::string(shown) + " (a comma is the decimal point or groups three digits)");
+  std::string_view s = *resolved;
   if (!s.empty() && s.front() == '+') {
     s.remove_prefix(1);
     if (!s.empty() && (s.front() == '+' || s.front() == '-')) s = {};
@@ -185,38 +240,63 @@ EntryReading ReadDecimal(std::string_view text) {
   double v = 0;
   const auto [end, ec] = std::from_chars(s.data(), s.data() + s.size(), v, std::chars_format::general);
   if (s.empty() || end != s.data() + s.size() || (ec != std::errc() && ec != std::errc::result_out_of_range))
-    return Refused("Not a number: " + std::string(text));
+    return Refused("Not a number: " + std::string(shown));
+  EntryReading reading = Read(v);
   if (ec == std::errc::result_out_of_range) {
-    v = BeyondLargest(s) ? std::numeric_limits<double>::max() : 0.0;
-    if (s.front() == '-') v = -v;
+    // Refused by the caller, which knows the element's range to name.
+    const bool negative = s.front() == '-';
+    reading.overflow = BeyondLargest(s);
+    reading.underflow = !reading.overflow;
+    reading.number = reading.overflow ? std::numeric_limits<double>::infinity() : 0.0;
+    if (negative) reading.number = -reading.number;
   }
-  return Read(v);
+  return reading;
 }
 
-}  // namespace
-
-EntryReading ReadEntryText(std::string_view text, const AddressCode& code, std::string_view format) {
+// The forms of a text already free of any picture parts; `shown` is the text
+// as typed, for the reasons.
+EntryReading ReadForms(std::string_view text, const AddressCode& code, std::string_view format, bool pictureGroups,
+                       std::string_view shown) {
   text = Trim(text);
   if (text.empty()) return Refused("Nothing entered");
-  const std::string compact = Compact(text, false);
+  const std::string compact = Compact(text);
   const std::string_view c = compact;
 
   if (code.isBit() && code.width() == 1) {
     if (EqualsNoCase(c, "ON") || EqualsNoCase(c, "TRUE")) return Read(1);
     if (EqualsNoCase(c, "OFF") || EqualsNoCase(c, "FALSE")) return Read(0);
   }
-  if (format == "hh:mm:ss" && c.find(':') != std::string_view::npos) return ReadTime(c, text);
+  if (format == "hh:mm:ss" && c.find(':') != std::string_view::npos) return ReadTime(c, shown);
 
   const bool negative = c.front() == '-';
   const std::string_view body = negative ? c.substr(1) : c;
   if (!body.empty() && Lower(body.back()) == 'h')
-    return ReadHex(body.substr(0, body.size() - 1), negative, IsSplitHexForm(text), code, text);
-  if (StartsNoCase(body, "0x")) return ReadHex(body.substr(2), negative, false, code, text);
-  if (StartsNoCase(c, "0b")) return ReadBinary(c.substr(2), code, text);
-  if ((code.binary() || code.isBit()) && AllOf(c, IsBinaryChar)) return ReadBinary(c, code, text);
+    return ReadHex(body.substr(0, body.size() - 1), negative, IsSplitHexForm(text), code, shown);
+  if (StartsNoCase(body, "0x")) return ReadHex(body.substr(2), negative, false, code, shown);
+  if (StartsNoCase(c, "0b")) return ReadBinary(c.substr(2), code, shown);
+  if ((code.binary() || code.isBit()) && AllOf(c, IsBinaryChar)) return ReadBinary(c, code, shown);
   if (code.hex() && !code.binary() && AllOf(body, IsHexChar))
-    return ReadHex(body, negative, IsSplitHexForm(text), code, text);
-  return ReadDecimal(text);
+    return ReadHex(body, negative, IsSplitHexForm(text), code, shown);
+  return ReadDecimal(text, pictureGroups, shown);
+}
+
+}  // namespace
+
+EntryReading ReadEntryText(std::string_view text, const AddressCode& code, std::string_view format) {
+  text = Trim(text);
+  // Only plain numbers are shown through the picture; hex, binary and bits
+  // have texts of their own.
+  if (code.isBit() || code.hex() || code.binary()) return ReadForms(text, code, format, false, text);
+  const PictureReading shown = ReadThroughPicture(text, format);
+  EntryReading reading = ReadForms(shown.number, code, format, shown.grouping, text);
+  if (!reading.ok) {
+    if (!shown.unit.empty() && reading.reason.rfind("Not a", 0) == 0)
+      reading.reason += " (the element shows \"" + shown.unit + "\")";
+    return reading;
+  }
+  reading.number *= shown.factor;
+  if (shown.negate) reading.number = -reading.number;
+  return reading;
 }
 
 }  // namespace quorvel

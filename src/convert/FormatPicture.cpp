@@ -82,6 +82,13 @@ void FormatPicture::AddLiteral(std::string_view text) {
   }
 }
 
+FormatPicture::Decoration FormatPicture::Decor() const {
+  Decoration d{{}, percent_, thousands_, grouping_};
+  for (const Token& t : tokens_)
+    if (t.kind == Kind::Literal) d.literals.push_back(t.text);
+  return d;
+}
+
 std::string FormatPicture::Render(double magnitude, bool withSign) const {
   double x = std::fabs(magnitude);
   for (int i = 0; i < percent_; ++i) x *= 100;

@@ -18,6 +18,16 @@ class FormatPicture {
   // Throws FormatError when the percent scaling leaves the double range.
   std::string Render(double magnitude, bool withSign) const;
 
+  // What the picture puts around the digits and how it scales them, so that
+  // a shown text can be read back.
+  struct Decoration {
+    std::vector<std::string> literals;  // in the picture's order
+    int percent = 0;                    // each multiplies the shown number by 100
+    int thousands = 0;                  // each divides it by 1000
+    bool grouping = false;              // digits grouped in threes with ','
+  };
+  Decoration Decor() const;
+
  private:
   enum class Kind { Literal, Whole, Fraction, Point, Exponent };
 

@@ -111,6 +111,18 @@ std::string FormatNumber(double y, std::string_view picture) {
   return FormatPictured(y, picture);
 }
 
+std::string_view PictureOf(std::string_view format) {
+  for (const Named& named : kNamed)
+    if (SameText(format, named.name)) return named.picture;
+  return format;
+}
+
+std::vector<std::string_view> PictureSections(std::string_view picture) {
+  int count = 0;
+  const auto sections = SplitSections(picture, count);
+  return {sections.begin(), sections.begin() + count};
+}
+
 std::string FormatTimeOfDay(double seconds) {
   // Dates run from day -657434 to day 2958465 (the years 100 to 9999); the
   // time of any day in that range is shown, nothing outside it.

@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace quorvel {
 
@@ -22,6 +23,15 @@ inline constexpr const char* kOverflowText = "Overflow";
 // literals, ';' sections (positive;negative;zero). An empty picture gives the
 // general number form. Throws FormatError.
 std::string FormatNumber(double y, std::string_view picture);
+
+// The picture a format stands for: a named format's picture ("Percent" is
+// "0.00%"), the format itself otherwise; empty for the general number form and
+// the yes/no kinds.
+std::string_view PictureOf(std::string_view format);
+
+// The sections of a picture split at ';' outside quotes and escapes: the
+// positive, negative and zero ones, at most three.
+std::vector<std::string_view> PictureSections(std::string_view picture);
 
 // y seconds as a time of day: the fraction y / 86400 of a day in "hh:mm:ss".
 std::string FormatTimeOfDay(double seconds);

@@ -6,9 +6,16 @@
 //   format is "hh:mm:ss"; hex with an 'h' suffix or "0x" prefix; binary with a
 //   "0b" prefix; bare 0/1 digits in a "Binary" or bit element; bare hex digits
 //   in a "Hex" (not "Binary") element; otherwise a decimal number (',' group
-//   separators ignored, "NaN"/"Inf" accepted for the range rule to judge).
-//   A decimal beyond the double range reads as the largest double, so that a
-//   label's rounded "1.798 E+308" types back; one too small for it reads as 0.
+//   groups and a decimal comma told apart by EntryForms, "NaN"/"Inf" accepted
+//   for the range rule to judge). A plain number may carry the picture's own
+//   text (a unit, '%'), which comes off first.
+// - A value no register of the element can hold is refused, never cut down:
+//   a decimal beyond the double range, a non-zero one that would be stored as
+//   0, and any entry into a register type without a decoding (6 and up).
+// - With both "Unsigned" and "Hex" the range is the unsigned one: the flags
+//   say the register holds no negative numbers, and a larger value would be
+//   written as some other number.
+// - Ranges are named in the element's notation: hex for "Hex" elements.
 // - Hex: optional '-', at most 8 significant digits. The label writes a value
 //   with a negative high word and nonzero low word as "HHHH LLLLh" with the
 //   high group one too large (0xFFFE0001 shows "FFFF 0001h"); that exact
@@ -32,7 +39,10 @@
 #include "convert/ValueEntry.h"
 
 #include <charconv>
+#include <algorithm>
+#include <cctype>
 #include <cmath>
+#include <limits>
 #include <cstdint>
 #include <utility>
 
@@ -45,6 +55,7 @@ namespace quorvel {
 namespace {
 
 constexpr double kFloatEntryLimit = 3.402823E+38;
+constexpr double kDoubleMax = std::numeric_limits<double>::max();
 
 struct Range {
   bool any = true;
@@ -56,7 +67,6 @@ Range EntryRange(const AddressCode& code) {
   const bool unsignedFlag = code.unsignedFlag();
   const bool hexFlag = code.hex();
   const auto integerRange = [&](double negLimit, double posLimit) -> Range {
-    if (unsignedFlag && hexFlag) return {};
     if (unsignedFlag) return {false, 0, 2 * posLimit + 1};
     if (hexFlag) return {false, negLimit, 2 * posLimit + 1};
     return {false, negLimit, posLimit};
@@ -85,24 +95,43 @@ std::string NumberText(double v) {
   return out;
 }
 
-// The accepted range in the units the user types.
+std::string HexNumberText(double v) {
+  char buf[24];
+  const auto [end, ec] = std::to_chars(buf, buf + sizeof buf, static_cast<std::uint64_t>(std::fabs(v)), 16);
+  std::string out(buf, ec == std::errc() ? end : buf);
+  for (char& ch : out) ch = static_cast<char>(std::toupper(static_cast<unsigned char>(ch)));
+  return (v < 0 ? "-" : "") + out + "h";
+}
+
+bool ShownInHex(const AddressCode& code) {
+  if (code.isBit()) return code.hex() && !code.binary();
+  return code.hex() && code.typeField() != 2 && code.typeField() != 3;
+}
+
+// The accepted range in the units and the notation the user types.
 std::string RangeText(const AddressCode& code, bool scaled, double k, double x0) {
   double lo = 0;
   double hi = 0;
   if (code.isBit()) {
     hi = std::ldexp(1.0, code.width()) - 1;
   } else {
-    const Range r = EntryRange(code);
+    const Range r = code.typeField() == 3 ? Range{false, -kDoubleMax, kDoubleMax} : EntryRange(code);
     lo = r.lo;
     hi = r.hi;
     if (scaled) {
-      lo = lo * k + x0;
-      hi = hi * k + x0;
+      // Scaled beyond the double range, an end stays where the double range puts it.
+      lo = std::clamp(lo * k + x0, -kDoubleMax, kDoubleMax);
+      hi = std::clamp(hi * k + x0, -kDoubleMax, kDoubleMax);
       if (lo > hi) std::swap(lo, hi);
     }
   }
+  if (ShownInHex(code)) return "Out of range: " + HexNumberText(lo) + " to " + HexNumberText(hi);
   return "Out of range: " + NumberText(lo) + " to " + NumberText(hi);
 }
+
+constexpr const char* kTooCloseToZero = "Out of range: too close to 0 to be held";
+
+bool IsKnownType(const AddressCode& code) { return code.isBit() || code.typeField() <= 5; }
 
 bool IsIntegerType(const AddressCode& code) {
   if (code.isBit()) return true;
@@ -120,9 +149,17 @@ bool InEntryRange(double value, std::uint32_t raw) {
 EntryResult ParseEntry(std::string_view text, std::uint32_t raw, std::string_view format, double k, double x0) {
   const AddressCode code(raw);
   EntryResult result;
+  if (!IsKnownType(code)) {
+    result.reason = "Not writable: the element's register type " + std::to_string(code.typeField()) + " is unknown";
+    return result;
+  }
   EntryReading reading = ReadEntryText(text, code, format);
   if (!reading.ok) {
     result.reason = std::move(reading.reason);
+    return result;
+  }
+  if (reading.underflow) {
+    result.reason = kTooCloseToZero;
     return result;
   }
 
@@ -132,7 +169,9 @@ EntryResult ParseEntry(std::string_view text, std::uint32_t raw, std::string_vie
   if (scaled) v = (v - x0) / k;
   if (IsIntegerType(code)) v = std::round(v);
 
-  bool inRange = InEntryRange(v, raw);
+  // A typed infinity stands for itself; one the text or the scaling ran into does not.
+  const bool overflow = reading.overflow || (std::isinf(v) && !std::isinf(reading.number));
+  bool inRange = !overflow && InEntryRange(v, raw);
   if (code.isBit()) inRange = inRange && v >= 0 && v <= std::ldexp(1.0, code.width()) - 1;
   if (!inRange) {
     result.reason = RangeText(code, scaled, k, x0);
@@ -146,6 +185,11 @@ EntryResult ParseEntry(std::string_view text, std::uint32_t raw, std::string_vie
   } else {
     EncodedValue scratch = result.encoded;  // decoding reverses its buffer
     result.value = DecodeRegisters({scratch.bytes.data(), static_cast<std::size_t>(scratch.size)}, raw);
+  }
+  if (result.value == 0 && v != 0 && !IsIntegerType(code)) {
+    // A Float holds nothing this small.
+    result = {};
+    result.reason = kTooCloseToZero;
   }
   return result;
 }

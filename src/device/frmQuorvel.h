@@ -9,6 +9,7 @@
 #include <array>
 #include <cstdint>
 #include <deque>
+#include <set>
 #include <memory>
 #include <span>
 #include <string>
@@ -174,6 +175,7 @@ class frmQuorvel : public DeviceLink {
   DeviceMenus menus;
   WindowPlacement Placement;
   Panel& panel() { return *panel_; }
+  const Panel& panel() const { return *panel_; }
   const CodePage& codePage() const { return codePage_; }
   DeviceHost& host() { return host_; }
 
@@ -181,6 +183,12 @@ class frmQuorvel : public DeviceLink {
   void UpdateModeMenus();
   void ConnectAll(bool connected);
   void ScheduleAll(bool enable);
+  // After a periodic request has had its turn: due again a period on, and
+  // the window due when its earliest request is.
+  void ScheduleAfter(ReqProp& request);
+  // A request that cannot be laid out is said in the message window instead
+  // of going out; a periodic one only the first time.
+  void ReportUnsent(const ReqProp& request, const char* why);
   void QueueEntryWrite(const CtrlProp& element, double value);
   void UserMenuChosen(const std::string& caption, std::int32_t sendAsIs, std::int32_t typeFirst);
 
@@ -213,6 +221,7 @@ class frmQuorvel : public DeviceLink {
   MonitorPairing monitor_;
   // The Monitor's side of FrameHeard: an answer heard to a request heard.
   void ShowHeardAnswer(const MODBUS::DecodedFrame& request, std::span<const std::uint8_t> frame, bool ascii);
+  std::set<const ReqProp*> unsentReported_;
 };
 
 }  // namespace quorvel

@@ -3,8 +3,6 @@
 
 #include <exception>
 
-#include "convert/DisplayText.h"
-#include "convert/ValueEntry.h"
 #include "device/frmQuorvel.h"
 
 namespace quorvel {
@@ -21,8 +19,6 @@ std::shared_ptr<CtrlProp> FindByIndex(const ElementCollection& elements, int ind
   return nullptr;
 }
 
-std::string FormatOf(const CtrlProp& element) { return element.GetCodePage().ToUtf8(element.FormatString()); }
-
 }  // namespace
 
 void frmQuorvel::Tbd_DblClick(int index) {
@@ -38,7 +34,7 @@ void frmQuorvel::Tbd_DblClick(int index) {
   const CtrlProp& e = *found;
   const PanelControl& label = *e.rCtrl();
   EntryBox box;
-  box.Text = DisplayText(e.Data(), e.Address(), FormatOf(e), e.Fields().k, e.Fields().x0);
+  box.Text = e.ShownText(e.Data());
   box.ToolTipText = label.ToolTipText();
   box.FontBold = label.FontBold();
   box.FontItalic = label.FontItalic();
@@ -69,7 +65,7 @@ void frmQuorvel::tbInput_KeyDown(int key) {
     return;
   }
   const CtrlProp& e = *EditElement;
-  const EntryResult parsed = ParseEntry(tbInput.Text, e.Address(), FormatOf(e), e.Fields().k, e.Fields().x0);
+  const EntryResult parsed = e.ReadTyped(tbInput.Text);
   if (!parsed.ok) {
     // Left open with the text as typed, so that the user can correct it.
     tbInput.Refusal = parsed.reason;

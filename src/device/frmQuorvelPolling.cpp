@@ -1,7 +1,10 @@
 // The polling cycle of a Master window: which request goes out next.
 
+#include <array>
+
 #include "device/ElementSlaveData.h"
 #include "device/frmQuorvel.h"
+#include "modbus/RequestFrame.h"
 #include "modbus/SlaveEmulation.h"
 #include "serial/PortEntry.h"
 #include "serial/clsCOM.h"
@@ -23,6 +26,16 @@ void frmQuorvel::DoRequest() {
     }
   }
 
+  // Laid out here first: a periodic request that the port cannot send would
+  // otherwise win the schedule on every tick and starve the others.
+  std::array<std::uint8_t, clsCOM::kRtuBufferSize> scratch{};
+  if (const MODBUS::RequestFrame frame = MODBUS::LayRequest(scratch, id_, *request); !frame) {
+    ReportUnsent(*request, MODBUS::RefusalText(frame.refusal));
+    if (request->Control() == 0) ScheduleAfter(*request);
+    RefreshStatistics();
+    return;
+  }
+
   PortEntry& entry = host_.Port(com_);
   bool sent = false;
   if (entry.Port) entry.Port->SendRequest(id_, *request, timeout_, interval_, sent);
@@ -35,21 +48,31 @@ void frmQuorvel::DoRequest() {
   if (request->Control() != 0) {
     request->SetNextTime(kNever);
   } else {
-    // Wrapping tick arithmetic, without an overflow trap.
-    const auto due = static_cast<std::int32_t>(static_cast<std::uint32_t>(host_.GetTickCount()) +
-                                               static_cast<std::uint32_t>(request->Period()));
-    request->SetNextTime(due);
-    if (autoEnable_) {
-      nextTime_ = kNever;
-      for (const auto& candidate : Requests) {
-        if (candidate->NextTime() < nextTime_) {
-          nextTime_ = candidate->NextTime();
-          CurrentRequest = candidate;
-        }
-      }
-    }
+    ScheduleAfter(*request);
   }
   RefreshStatistics();
+}
+
+void frmQuorvel::ScheduleAfter(ReqProp& request) {
+  // Wrapping tick arithmetic, without an overflow trap.
+  const auto due = static_cast<std::int32_t>(static_cast<std::uint32_t>(host_.GetTickCount()) +
+                                             static_cast<std::uint32_t>(request.Period()));
+  request.SetNextTime(due);
+  if (!autoEnable_) return;
+  nextTime_ = kNever;
+  for (const auto& candidate : Requests) {
+    if (candidate->NextTime() < nextTime_) {
+      nextTime_ = candidate->NextTime();
+      CurrentRequest = candidate;
+    }
+  }
+}
+
+void frmQuorvel::ReportUnsent(const ReqProp& request, const char* why) {
+  MODBUS::CountUp(counters_.Unsent);
+  if (request.Control() == 0 && !unsentReported_.insert(&request).second) return;
+  const std::string label = codePage_.ToUtf8(request.Label());
+  host_.ShowMsg((label.empty() ? "Function " + std::to_string(request.Func()) : label) + ": " + why);
 }
 
 void frmQuorvel::ScheduleAll(bool enable) {
@@ -73,7 +96,8 @@ void frmQuorvel::GetResponce(std::int32_t code, std::int32_t& length, std::span<
   } else if (outcome.deliver) {
     StoreResponseData(buffer, length);
   }
-  if (outcome.show) host_.ShowMsg(outcome.message);
+  // The message starts with the request's label, in the project's code page.
+  if (outcome.show) host_.ShowMsg(codePage_.ToUtf8(outcome.message));
   RefreshStatistics();
 }
 

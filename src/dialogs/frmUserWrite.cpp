@@ -2,8 +2,6 @@
 
 #include <exception>
 
-#include "convert/DisplayText.h"
-#include "convert/ValueEntry.h"
 
 namespace quorvel {
 namespace {
@@ -21,8 +19,6 @@ std::int32_t WriteCount(const ReqProp& request) {
       return request.WriteQnt();
   }
 }
-
-std::string FormatOf(const CtrlProp& element) { return element.GetCodePage().ToUtf8(element.FormatString()); }
 
 }  // namespace
 
@@ -49,7 +45,7 @@ frmUserWrite::frmUserWrite(frmQuorvel& window, const ElementCollection& elements
         row.Text.clear();  // a request without its masks starts from an empty mask
       }
     } else {
-      row.Text = DisplayText(element->Data(), code.raw, FormatOf(*element), element->Fields().k, element->Fields().x0);
+      row.Text = element->ShownText(element->Data());
     }
     rows_.push_back(std::move(row));
   }
@@ -68,7 +64,7 @@ bool frmUserWrite::cmdOK_Click() {
       if (request_->Func() == kMaskWrite) {
         filled->GetMaskData(row.Text, e.Address());
       } else {
-        const EntryResult parsed = ParseEntry(row.Text, e.Address(), FormatOf(e), e.Fields().k, e.Fields().x0);
+        const EntryResult parsed = e.ReadTyped(row.Text);
         if (!parsed.ok) {
           row.Refusal = parsed.reason;
           ok = false;

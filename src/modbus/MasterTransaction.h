@@ -35,6 +35,8 @@ struct TrafficCounters {
   std::int32_t Ex2 = 0;
   std::int32_t Ex3 = 0;
   std::int32_t Ex4 = 0;
+  // Requests that could not be laid out and so never went on the line.
+  std::int32_t Unsent = 0;
 
   bool operator==(const TrafficCounters&) const = default;
 };

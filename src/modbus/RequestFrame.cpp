@@ -12,32 +12,38 @@ class FrameWriter {
   explicit FrameWriter(std::span<std::uint8_t> buf) : buf_(buf) {}
 
   void Byte(std::int64_t value) {
-    if (value < 0 || value > 0xFF || pos_ >= buf_.size()) {
-      ok_ = false;
-      return;
-    }
+    if (value < 0 || value > 0xFF) return Fail(RequestRefusal::FieldRange);
+    if (pos_ >= buf_.size()) return Fail(RequestRefusal::TooLong);
     buf_[pos_++] = static_cast<std::uint8_t>(value);
   }
   void Word(std::int64_t value) {
-    if (value < 0 || value > 0xFFFF) {
-      ok_ = false;
-      return;
-    }
+    if (value < 0 || value > 0xFFFF) return Fail(RequestRefusal::FieldRange);
     Byte(value >> 8);
     Byte(value & 0xFF);
   }
+  // The byte count of the data that follows: more than a byte can say means
+  // more data than a frame may carry.
+  void Count(std::int64_t value) {
+    if (value > 0xFF) return Fail(RequestRefusal::TooLong);
+    Byte(value);
+  }
   // `count` bytes of the request's write data, in wire order.
   void Data(const ReqProp& request, std::int32_t count) {
-    for (std::int32_t i = 0; i < count && ok_; ++i) Byte(request.GetByte(i));
+    if (request.Data().size() < static_cast<std::size_t>(count)) return Fail(RequestRefusal::DataShort);
+    for (std::int32_t i = 0; i < count && ok(); ++i) Byte(request.GetByte(i));
   }
 
-  bool ok() const { return ok_; }
+  bool ok() const { return refusal_ == RequestRefusal::None; }
+  RequestRefusal refusal() const { return refusal_; }
+  void Fail(RequestRefusal why) {
+    if (ok()) refusal_ = why;
+  }
   std::size_t size() const { return pos_; }
 
  private:
   std::span<std::uint8_t> buf_;
   std::size_t pos_ = 0;
-  bool ok_ = true;
+  RequestRefusal refusal_ = RequestRefusal::None;
 };
 
 }  // namespace
@@ -83,7 +89,7 @@ RequestFrame LayRequest(std::span<std::uint8_t> buf, std::uint8_t ID, const ReqP
         w.Word(request.WriteQnt());
         const std::int64_t count =
             func == 15 ? CoilBytes(request.WriteQnt()) : 2 * static_cast<std::int64_t>(request.WriteQnt());
-        w.Byte(count);
+        w.Count(count);
         if (w.ok()) w.Data(request, static_cast<std::int32_t>(count));
         expected = 8;
         break;
@@ -99,7 +105,7 @@ RequestFrame LayRequest(std::span<std::uint8_t> buf, std::uint8_t ID, const ReqP
         w.Word(request.WriteAddr());
         w.Word(request.WriteQnt());
         const std::int64_t count = 2 * static_cast<std::int64_t>(request.WriteQnt());
-        w.Byte(count);
+        w.Count(count);
         if (w.ok()) w.Data(request, static_cast<std::int32_t>(count));
         expected = 2 * std::int64_t{request.ReadQnt()} + 5;
         break;
@@ -108,13 +114,28 @@ RequestFrame LayRequest(std::span<std::uint8_t> buf, std::uint8_t ID, const ReqP
         break;
     }
   } catch (const std::out_of_range&) {
-    return {};
+    w.Fail(RequestRefusal::DataShort);
   }
 
+  if (!w.ok()) return {0, 0, w.refusal()};
   // Room for the CRC is part of fitting: a frame that cannot be sealed is not sent.
-  if (!w.ok() || w.size() + 2 > buf.size()) return {};
+  if (w.size() + 2 > buf.size()) return {0, 0, RequestRefusal::TooLong};
   // Every quantity is 16 bits by now, so the expected length fits easily.
-  return {static_cast<std::int32_t>(w.size()), static_cast<std::int32_t>(expected)};
+  return {static_cast<std::int32_t>(w.size()), static_cast<std::int32_t>(expected), RequestRefusal::None};
+}
+
+const char* RefusalText(RequestRefusal refusal) {
+  switch (refusal) {
+    case RequestRefusal::TooLong:
+      return "request too long for the frame buffer";
+    case RequestRefusal::DataShort:
+      return "request data shorter than its write quantity";
+    case RequestRefusal::FieldRange:
+      return "request address or quantity beyond 16 bits";
+    case RequestRefusal::None:
+      break;
+  }
+  return "";
 }
 
 }  // namespace quorvel::MODBUS

@@ -11,6 +11,14 @@
 
 namespace quorvel::MODBUS {
 
+// Why a request could not be laid out.
+enum class RequestRefusal {
+  None,
+  TooLong,     // a byte count beyond 255, or more than the buffer holds
+  DataShort,   // the request's data lacks bytes the frame carries
+  FieldRange,  // an address or quantity beyond 16 bits
+};
+
 struct RequestFrame {
   // Message bytes laid into the buffer (address and function included); 0 when
   // the request cannot be sent and nothing should go on the line.
@@ -19,6 +27,7 @@ struct RequestFrame {
   // codes whose answer is unknown here: whatever arrives then comes as a frame
   // of another length.
   std::int32_t expected = 0;
+  RequestRefusal refusal = RequestRefusal::None;
 
   explicit operator bool() const { return n > 0; }
 };
@@ -34,6 +43,9 @@ struct RequestFrame {
 // - the message and its CRC would not fit the buffer.
 // An ASCII port must still check that ToASCII accepts the message.
 RequestFrame LayRequest(std::span<std::uint8_t> buf, std::uint8_t ID, const ReqProp& request);
+
+// The refusal in words, as the message window shows it after the label.
+const char* RefusalText(RequestRefusal refusal);
 
 // Byte count of a coil block: one bit per coil, the last byte partly used.
 constexpr std::int32_t CoilBytes(std::int32_t quantity) { return quantity / 8 + (quantity % 8 != 0 ? 1 : 0); }

@@ -1,6 +1,8 @@
 #include "project/CtrlProp.h"
 
+#include <cmath>
 #include <cstdio>
+#include <limits>
 
 #include "convert/AddressCode.h"
 #include "convert/DisplayText.h"
@@ -26,6 +28,13 @@ std::string FourDigits(std::uint32_t code) {
 double Widened(float v) {
   volatile float kept = v;
   return kept;
+}
+
+float Narrowed(double v) {
+  // Beyond the single range a plain conversion would be undefined.
+  constexpr float kInf = std::numeric_limits<float>::infinity();
+  if (std::isfinite(v) && std::fabs(v) > std::numeric_limits<float>::max()) return v > 0 ? kInf : -kInf;
+  return static_cast<float>(v);
 }
 
 }  // namespace
@@ -144,10 +153,21 @@ void CtrlProp::CopyClassProp(const CtrlProp& other) {
   codePage_ = other.codePage_;
 }
 
+float CtrlProp::k() const { return Narrowed(f_.k); }
+float CtrlProp::x0() const { return Narrowed(f_.x0); }
+
+std::string CtrlProp::ShownText(double v) const {
+  return DisplayText(v, f_.Address, codePage_->ToUtf8(f_.FormatString), k(), x0());
+}
+
+EntryResult CtrlProp::ReadTyped(std::string_view text) const {
+  return ParseEntry(text, f_.Address, codePage_->ToUtf8(f_.FormatString), k(), x0());
+}
+
 void CtrlProp::SetData(double v) {
   data_ = v;
   if (!rCtrl_) return;
-  rCtrl_->SetCaption(DisplayText(v, f_.Address, codePage_->ToUtf8(f_.FormatString), f_.k, f_.x0));
+  rCtrl_->SetCaption(ShownText(v));
 }
 
 }  // namespace quorvel

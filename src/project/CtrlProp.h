@@ -7,7 +7,9 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
+#include "convert/ValueEntry.h"
 #include "project/ProjectRecords.h"
 
 namespace quorvel {
@@ -71,9 +73,15 @@ class CtrlProp {
   // element has one).
   void SetData(double v);
   std::int32_t Period() const { return f_.Period; }
-  // Held in double precision but handed out in single precision.
-  float k() const { return static_cast<float>(f_.k); }
-  float x0() const { return static_cast<float>(f_.x0); }
+  // Held in double precision but handed out in single precision; a value
+  // beyond the single range comes out as an infinity of its sign.
+  float k() const;
+  float x0() const;
+  // A value as the element's label shows it, and a typed text read back into
+  // the element's register contents: through the format, k and x0 as the
+  // read properties hand them out.
+  std::string ShownText(double v) const;
+  EntryResult ReadTyped(std::string_view text) const;
   const std::string& FormatString() const { return f_.FormatString; }
 
  private:

@@ -8,7 +8,10 @@
 #include <thread>
 
 #include "CliTestSupport.h"
+#include "SessionTestSupport.h"
+#include "app/DefaultPlacement.h"
 #include "app/Session.h"
+#include "app/SessionFile.h"
 #include "platform/NullModem.h"
 
 namespace quorvel::cli {
@@ -103,6 +106,34 @@ TEST_F(RunSession, TimingAndEchoOverrideEveryPortTheSessionUses) {
     EXPECT_EQ(frame.Port(com).Timing, com <= 2 ? LineTiming::Fast : LineTiming::Classic) << com;
     EXPECT_EQ(frame.Port(com).Echo, com <= 2) << com;
   }
+}
+
+// Headless nothing has a size; the saved session carries the ones the
+// desktop would give the same windows, so that it opens usable there.
+TEST_F(RunSession, ASavedSessionHasTheDesktopsSizes) {
+  const std::string project = std::string(QUORVEL_BIN_DIR) + "/Coriolis.qvc";
+  platform::NullModem modem;
+  std::thread line([&] { modem.Run(); });
+  const CliRun run = RunCli({"run", "--map", "COM1=" + modem.Path(platform::End::A), "--seconds", "0.05",
+                             "--save-session", saved.string(), project});
+  modem.Stop();
+  line.join();
+  ASSERT_EQ(run.status, 0) << run.err;
+  const SessionFile session = ParseSession(testing::ReadBytes(saved.string()));
+  EXPECT_EQ(session.Width, 10240);
+  EXPECT_EQ(session.Height, 7680);
+  ASSERT_EQ(session.Windows.size(), 1u);
+
+  platform::SystemClock clock;
+  frmQuorvelMain frame(clock);
+  const frmQuorvel* window = frame.OpenProject(project);
+  ASSERT_NE(window, nullptr);
+  const WindowPlacement expected = DefaultWindowPlacement(*window, 0);
+  // The sample's panel is larger than the least window the desktop makes.
+  EXPECT_GT(expected.Width, 4800);
+  EXPECT_GT(expected.Height, 3600);
+  const SessionWindow& saved = session.Windows[0];
+  EXPECT_EQ(WindowPlacement(saved.Left, saved.Top, saved.Width, saved.Height), expected);
 }
 
 TEST_F(RunSession, RefusesProjectOptionsAndUnknownTimings) {

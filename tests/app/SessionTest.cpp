@@ -237,26 +237,19 @@ TEST(Session, ANameOutsideTheCodePageIsNotSavedAndTheOldFileStays) {
   EXPECT_EQ(back.frame.Devices()[0]->ProjectFile(), project);
 }
 
-// A frame whose port table and windows a failed load must leave alone.
-void ExpectUntouched(TestFrame& t, const std::string& what) {
-  SCOPED_TRACE(what);
-  EXPECT_TRUE(t.frame.Devices().empty());
-  for (int com = 1; com <= 16; ++com) {
-    EXPECT_EQ(t.frame.Port(com).dcb, DCB{});
-    EXPECT_EQ(t.frame.Port(com).Mode, 0);
-  }
-  EXPECT_EQ(t.frame.Placement, WindowPlacement{});
-}
-
-TEST(Session, DamagedFilesChangeNothingAndSayWhereTheyAreDamaged) {
+// A damaged session opens what comes before the damage: the complete port
+// blocks, the frame's size once read, every complete window block in order;
+// then it names the first damage and its line.
+TEST(Session, ADamagedFileOpensWhatComesBeforeTheDamage) {
   TempDir dir;
   const std::string project = WriteTestProject(dir.Make("P.qvc"));
   const std::string file = dir.Make("s.qvs");
   {
     TestFrame t;
     t.frame.Placement = {0, 0, 9000, 6000};
-    Open(t, project, {kSlave, 5, 1, 0, 0, 0, true, {}});
-    t.frame.Port(5).dcb.BaudRate = 38400;
+    Open(t, project, {kSlave, 5, 1, 100, 0, 0, true, {}});
+    Open(t, project, {kMaster, 6, 7, 200, 0, 0, true, {}});
+    for (int com = 1; com <= 16; ++com) t.frame.Port(com).dcb.BaudRate = 1200 * com;
     ASSERT_TRUE(SaveSession(t.frame, file));
   }
   const std::string good = testing::ReadBytes(file);
@@ -264,48 +257,69 @@ TEST(Session, DamagedFilesChangeNothingAndSayWhereTheyAreDamaged) {
   for (std::size_t i = 0; i < good.size(); ++i) {
     if (good[i] == '\n') lineStarts.push_back(i + 1);
   }
-  ASSERT_EQ(lineStarts.size(), 16 * 7 + 3 + 12 + 1U);  // the last start is the end
-
-  // Cut after every line, and in the middle of the last one.
-  for (std::size_t lines = 0; lines + 1 < lineStarts.size(); ++lines) {
-    testing::WriteBytes(file, good.substr(0, lineStarts[lines]));
-    TestFrame t;
-    EXPECT_FALSE(LoadSession(t.frame, file)) << lines;
-    ASSERT_EQ(t.messages.size(), 1U);
-    EXPECT_NE(t.messages[0].find("line " + std::to_string(lines + 1) + ": Input past end of file"), std::string::npos)
-        << t.messages[0];
-    ExpectUntouched(t, "cut after line " + std::to_string(lines));
-  }
+  // 16 ports of 7 lines, the size and the count (113-115), windows at 116 and 128.
+  ASSERT_EQ(lineStarts.size(), 16 * 7 + 3 + 2 * 12 + 1U);
+  const auto replaced = [&](std::size_t line, const std::string& text) {
+    return good.substr(0, lineStarts[line - 1]) + text + good.substr(lineStarts[line]);
+  };
 
   struct Damage {
-    std::size_t line;  // 1-based
+    const char* what;
     std::string text;
-    std::string reason;
+    int ports;              // port blocks applied, from COM1
+    bool size;              // the frame's size applied
+    std::size_t windows;    // windows opened
+    std::int32_t timeout1;  // the first window's Timeout, when open
+    std::string message;    // after the file's name; empty when read whole
   };
-  const std::vector<Damage> damages = {
-      {1, "yes", "Type mismatch reading ASCII of COM1"},
-      {31, "2147483648", "Overflow reading BaudRate of COM5"},
-      {115, "-1", "Overflow reading the number of windows"},
+  const Damage damages[] = {
+      {"count too large", replaced(115, "3\r\n"), 16, true, 2, 100,
+       "line 140: Input past end of file reading the project file of window 3"},
+      {"blank line for a number", replaced(120, "\r\n"), 16, true, 2, 0, ""},
+      {"truncated window block", good.substr(0, lineStarts[133]), 16, true, 1, 100,
+       "line 134: Input past end of file reading Interval of window 2"},
+      {"type mismatch in a window", replaced(129, "yes\r\n"), 16, true, 1, 100,
+       "line 129: Type mismatch reading COM of window 2, found \"yes\""},
+      {"overflow in a port block", replaced(31, "2147483648\r\n"), 4, false, 0, 0,
+       "line 31: Overflow reading BaudRate of COM5, found \"2147483648\""},
+      {"cut in the size", good.substr(0, lineStarts[113]), 16, false, 0, 0,
+       "line 114: Input past end of file reading the frame height"},
+      {"negative count", replaced(115, "-1\r\n"), 16, true, 0, 0,
+       "line 115: Overflow reading the number of windows, found \"-1\""},
   };
   for (const Damage& d : damages) {
-    const std::string text = good.substr(0, lineStarts[d.line - 1]) + d.text + "\r\n" + good.substr(lineStarts[d.line]);
-    testing::WriteBytes(file, text);
+    SCOPED_TRACE(d.what);
+    testing::WriteBytes(file, d.text);
     TestFrame t;
-    EXPECT_FALSE(LoadSession(t.frame, file)) << d.reason;
-    ASSERT_EQ(t.messages.size(), 1U);
-    EXPECT_EQ(t.messages[0], file + ", line " + std::to_string(d.line) + ": " + d.reason + ", found " +
-                                 (d.text.front() == '"' ? d.text : "\"" + d.text + "\""));
-    ExpectUntouched(t, d.reason);
+    EXPECT_EQ(LoadSession(t.frame, file), d.message.empty());
+    if (d.message.empty()) {
+      EXPECT_TRUE(t.messages.empty()) << t.messages.front();
+    } else {
+      ASSERT_EQ(t.messages.size(), 1U);
+      EXPECT_EQ(t.messages[0], file + ", " + d.message);
+    }
+    for (int com = 1; com <= 16; ++com)
+      EXPECT_EQ(t.frame.Port(com).dcb.BaudRate, com <= d.ports ? 1200U * com : DCB{}.BaudRate) << com;
+    EXPECT_EQ(t.frame.Placement.Width, d.size ? 9000 : 0);
+    ASSERT_EQ(t.frame.Devices().size(), d.windows);
+    if (d.windows > 0) {
+      EXPECT_EQ(t.frame.Devices()[0]->Mode(), kSlave);
+      EXPECT_EQ(t.frame.Devices()[0]->Timeout(), d.timeout1);
+    }
+    if (d.windows > 1) {
+      EXPECT_EQ(t.frame.Devices()[1]->ID(), 7);
+    }
   }
 
-  // Bytes that are no text at all.
+  // Bytes that are no text at all change nothing.
   std::string noise;
   for (int i = 0; i < 4096; ++i) noise += static_cast<char>((i * 7919 + 13) % 256);
   testing::WriteBytes(file, noise);
   TestFrame t;
   EXPECT_FALSE(LoadSession(t.frame, file));
   EXPECT_EQ(t.messages.size(), 1U);
-  ExpectUntouched(t, "noise");
+  EXPECT_TRUE(t.frame.Devices().empty());
+  for (int com = 1; com <= 16; ++com) EXPECT_EQ(t.frame.Port(com).dcb, DCB{}) << com;
 }
 
 }  // namespace

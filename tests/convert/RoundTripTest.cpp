@@ -35,12 +35,15 @@ bool DisplayIsLossless(std::uint32_t raw) {
 }
 
 // Texts that cannot be typed back on purpose: the error wording shown in
-// place of a value, and floats beyond the entry range (the range rule stops
-// just short of the largest float).
+// place of a value, floats beyond the entry range (the range rule stops just
+// short of the largest float), and the largest doubles, which their rounded
+// text puts beyond the double range.
 bool ShowsNoEnterableValue(const std::string& text, double v, std::uint32_t raw) {
   if (text == kOverflowText) return true;
   const AddressCode code(raw);
-  return !code.isBit() && code.typeField() == 2 && !(std::fabs(v) <= 3.402823E+38);
+  if (code.isBit()) return false;
+  if (code.typeField() == 2) return !(std::fabs(v) <= 3.402823E+38);
+  return code.typeField() == 3 && std::fabs(v) > 1.797E+308;
 }
 
 // One element and one wire image: the full round trip where the text holds

@@ -111,5 +111,48 @@ TEST(ValueEntry, RefusedTextOrEscapeWritesNothing) {
   EXPECT_EQ(f.w.PendingRequests.size(), 1u);
 }
 
+// The edit box starts with what the label shows; Enter on it unchanged writes
+// the value back. k and x0 are seen as the element hands them out, in single
+// precision, by the label, the box and the write alike.
+TEST(ValueEntry, TheShownTextTypesBackUnchanged) {
+  struct Case {
+    const char* format;
+    double k;
+    double x0;
+    double value;
+    const char* shown;
+    std::vector<std::uint8_t> data;
+  };
+  const Case cases[] = {
+      {"0.0000000000", 0.1, 0, 1, "0.1000000015", {0x00, 0x01}},
+      {"0.0 \"kg\"", 0.1, 0, 125, "12.5 kg", {0x00, 0x7D}},
+      // The project holds its texts in its code page: '\xB0' is the degree sign.
+      {"0.0 \\\xB0\x43", 0.1, -40, 615, "21.5 \xC2\xB0\x43", {0x02, 0x67}},
+      {"0.0%", 0.001, 0, 125, "12.5%", {0x00, 0x7D}},
+      {"# ##0", 1, 0, -2, "- 2", {0xFF, 0xFE}},
+      {"#,##0.00", 1, 0, 1234, "1,234.00", {0x04, 0xD2}},
+      {"0.000 E+00", 1, 0, 1234, "1.234 E+03", {0x04, 0xD2}},
+      {"hh:mm:ss", 1, 0, 3723, "01:02:03", {0x0E, 0x8B}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.format);
+    TestProject p;
+    p.directWrite = -1;
+    ElementRecord box = Box(0x00000014, c.value, c.format);
+    box.k = c.k;
+    box.x0 = c.x0;
+    p.elements = {box};
+    Fixture f(p);
+    f.Element(Table::Holding, 0)->SetData(c.value);
+    f.w.Tbd_DblClick(f.IndexOf(Table::Holding, 0));
+    EXPECT_EQ(f.w.tbInput.Text, c.shown);
+    EXPECT_EQ(f.Element(Table::Holding, 0)->rCtrl()->Caption(), c.shown);
+    f.w.tbInput_KeyDown(kEnter);
+    EXPECT_TRUE(f.w.tbInput.Refusal.empty()) << f.w.tbInput.Refusal;
+    ASSERT_EQ(f.w.PendingRequests.size(), 1u);
+    EXPECT_EQ(f.w.PendingRequests.front()->Data(), c.data);
+  }
+}
+
 }  // namespace
 }  // namespace quorvel::testing

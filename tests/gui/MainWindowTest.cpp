@@ -120,6 +120,20 @@ TEST_F(Desktop, AsksBeforeClosingOnlyWhenTheSessionChanged) {
   EXPECT_EQ(store.GetSetting("Quorvel", "Startup", "1", ""), std::string(QUORVEL_BIN_DIR) + "/Coriolis.qvc");
 }
 
+// Logout: the frame closes as File > Exit does, without a question, and the
+// settings and recent lists are saved.
+TEST_F(Desktop, EndingTheDesktopSessionSavesSettingsWithoutAsking) {
+  frame->Command([&] { frame->Views()[0]->Core().mnuMode_Click(kSlave); });
+  ASSERT_TRUE(frame->Globals().SessionChanged);
+  answer = QMessageBox::Cancel;
+  frame->EndSession();
+  EXPECT_TRUE(asked.empty());
+  EXPECT_FALSE(frame->isVisible());
+  EXPECT_EQ(store.GetSetting("Quorvel", "Startup", "1", ""), std::string(QUORVEL_BIN_DIR) + "/Coriolis.qvc");
+  EXPECT_EQ(store.GetSetting("Quorvel", "Startup", "1s", ""), std::string(QUORVEL_BIN_DIR) + "/Coriolis.qvs");
+  EXPECT_NE(store.GetSetting("Quorvel", "Startup", "MainWidth", ""), "");
+}
+
 TEST_F(Desktop, TheMenuBarFollowsTheActiveWindow) {
   auto views = frame->Views();
   ASSERT_EQ(views.size(), 2u);

@@ -23,7 +23,8 @@ const std::map<std::string, CommandEntry>& Commands() {
        {RunRun,
         "run [--map COMn=PATH]... [--seconds S] FILE.qvc|FILE.qvs [--com N] [--mode master|slave|monitor] "
         "[--id N] [--timeout MS] [--period MS] [--line 19200-8E1[-ascii]] [--timing classic|standard|fast] "
-        "[--echo] [--write [W:]LABEL=TEXT]... [--user-request [W:]LABEL]... [--save-session FILE.qvs]\n"
+        "[--echo] [--write [W:]LABEL=TEXT]... [--user-request [W:]LABEL]... [--save-session FILE.qvs] "
+        "[--codepage N]\n"
         "      (--timing and --echo set the project's port, or every port a session uses over what it says)"}},
       {"demo", {RunDemo, "demo [--headless] [--seconds S] [--session FILE.qvs] [--baud B]"}},
       {"encode", {RunEncode, "encode CODE TEXT [--format F] [--k K] [--x0 X]"}},

@@ -82,7 +82,8 @@ nlohmann::ordered_json WindowState(frmQuorvel& window) {
                                      {"Ex1", c.Ex1},
                                      {"Ex2", c.Ex2},
                                      {"Ex3", c.Ex3},
-                                     {"Ex4", c.Ex4}};
+                                     {"Ex4", c.Ex4},
+                                     {"Unsent", c.Unsent}};
   nlohmann::ordered_json values = nlohmann::ordered_json::array();
   ForEachValue(window, [&](const PanelControl& box, const CtrlProp& element) {
     values.push_back({{"label", element.AddressCaption()},

@@ -4,6 +4,8 @@
 #include <charconv>
 #include <cstdio>
 
+#include "project/CodePage.h"
+
 namespace quorvel::cli {
 namespace {
 
@@ -120,6 +122,17 @@ bool SplitOptions(const Args& args, std::span<const char* const> names, Options&
     options.named.emplace_back(arg, args[++i]);
   }
   return true;
+}
+
+const CodePage* ParseCodePage(const std::string& text, std::string& error) {
+  int number = 0;
+  const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (ec == std::errc() && end == text.data() + text.size())
+    if (const CodePage* page = CodePage::Find(number)) return page;
+  std::string known;
+  for (int n : CodePage::Supported()) known += (known.empty() ? "" : ", ") + std::to_string(n);
+  error = "unsupported code page '" + text + "' (supported: " + known + ")";
+  return nullptr;
 }
 
 }  // namespace quorvel::cli

@@ -10,6 +10,10 @@
 
 #include "app/cli/Cli.h"
 
+namespace quorvel {
+class CodePage;
+}
+
 namespace quorvel::cli {
 
 // Hex bytes given as separate arguments ("01 03 00") or run together
@@ -25,6 +29,10 @@ std::optional<std::uint32_t> ParseCode(const std::string& text);
 
 // A number in C notation, independent of the locale.
 std::optional<double> ParseDouble(const std::string& text);
+
+// A "--codepage" value: a supported code page's number; otherwise nullptr
+// and `error` lists the supported ones.
+const CodePage* ParseCodePage(const std::string& text, std::string& error);
 
 // The shortest text that reads back as the same double.
 std::string NumberText(double value);

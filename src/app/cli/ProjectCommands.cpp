@@ -8,6 +8,7 @@
 #include <ostream>
 
 #include "app/cli/Cli.h"
+#include "app/cli/HexArgs.h"
 #include "project/CodePage.h"
 #include "project/Panel.h"
 #include "project/ProjectJson.h"
@@ -41,15 +42,13 @@ std::optional<ProjectArgs> ParseArgs(const std::string& command, const Args& arg
         parsed.output = value;
         continue;
       }
-      int number = 0;
-      const auto [end, ec] = std::from_chars(value.data(), value.data() + value.size(), number);
-      if (ec != std::errc() || end != value.data() + value.size() || !CodePage::Find(number)) {
-        std::string known;
-        for (int n : CodePage::Supported()) known += (known.empty() ? "" : ", ") + std::to_string(n);
-        status = UsageError(io, command, "unsupported code page '" + value + "' (supported: " + known + ")");
+      std::string error;
+      const CodePage* page = ParseCodePage(value, error);
+      if (!page) {
+        status = UsageError(io, command, error);
         return std::nullopt;
       }
-      parsed.codePage = number;
+      parsed.codePage = page->Number();
     } else if (arg.size() > 1 && arg[0] == '-') {
       status = UsageError(io, command, "unknown option " + arg);
       return std::nullopt;

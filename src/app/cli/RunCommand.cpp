@@ -11,6 +11,8 @@
 #include <optional>
 #include <ostream>
 
+#include "app/CodePageSetting.h"
+#include "app/DefaultPlacement.h"
 #include "app/Session.h"
 #include "app/Settings.h"
 #include "app/cli/HeadlessFrame.h"
@@ -22,9 +24,9 @@
 namespace quorvel::cli {
 namespace {
 
-constexpr const char* kRunOptions[] = {"--map",          "--seconds", "--com",    "--mode",  "--id",
-                                       "--timeout",      "--period",  "--line",   "--write", "--user-request",
-                                       "--save-session", "--timing",  "--traffic"};
+constexpr const char* kRunOptions[] = {"--map",          "--seconds", "--com",     "--mode",    "--id",
+                                       "--timeout",      "--period",  "--line",    "--write",   "--user-request",
+                                       "--save-session", "--timing",  "--traffic", "--codepage"};
 constexpr const char* kRunFlags[] = {"--echo"};
 
 // One window for the project, set up as the options say.
@@ -161,9 +163,18 @@ int RunRun(const Args& args, Io& io) {
         return UsageError(io, "run", std::string(name) + " is for a project; a session names its own");
   }
 
-  // The user's port mapping, then this run's overrides.
+  // The user's port mapping and code page, then this run's overrides.
   platform::PortMap portMap;
-  if (const auto store = platform::OpenUserSettings()) portMap = LoadPortMap(*store);
+  const CodePage* codePage = &CodePage::Default();
+  if (const auto store = platform::OpenUserSettings()) {
+    portMap = LoadPortMap(*store);
+    codePage = &UserCodePage(*store);
+  }
+  if (const std::string* text = options.find("--codepage")) {
+    std::string problem;
+    codePage = ParseCodePage(*text, problem);
+    if (!codePage) return UsageError(io, "run", problem);
+  }
   std::vector<WindowAction> writes;
   std::vector<WindowAction> requests;
   for (const auto& [name, value] : options.named) {
@@ -192,8 +203,11 @@ int RunRun(const Args& args, Io& io) {
   const platform::StopSignals stop;
   platform::SystemClock clock;
   HeadlessFrame frame(clock, portMap, [&io](const std::string& text) { io.err << text << "\n"; });
+  frame.SetCodePage(*codePage);
   if (session) {
-    if (!LoadSession(frame, file) || frame.Devices().empty()) return kFailed;
+    // A damaged session runs the windows it opened; the damage has been told.
+    LoadSession(frame, file);
+    if (frame.Devices().empty()) return kFailed;
   } else {
     const int result = OpenProjectWindow(frame, file, options, io);
     if (result != kOk) return result;
@@ -229,6 +243,8 @@ int RunRun(const Args& args, Io& io) {
 
   int result = kOk;
   if (const std::string* target = options.find("--save-session")) {
+    // Without a screen nothing has a size; the desktop's defaults stand in.
+    GiveDefaultPlacements(frame);
     if (!SaveSession(frame, *target)) result = kFailed;
   }
   nlohmann::ordered_json windows = nlohmann::ordered_json::array();

@@ -2,16 +2,22 @@
 
 #include <QApplication>
 #include <QIcon>
+#include <QSocketNotifier>
 #include <cstdlib>
 #include <iostream>
+#include <memory>
 
 #include "app/Settings.h"
 #include "app/qt/MainWindow.h"
 #include "platform/Clock.h"
+#include "platform/StopSignals.h"
 
 namespace quorvel {
 
 int RunDesktop(int& argc, char** argv, FirstCopy& first) {
+  // Blocked before the toolkit starts its threads, which inherit the mask, so
+  // that a logout's SIGTERM or SIGHUP reaches the frame as an event.
+  const platform::StopSignals stop;
   QApplication app(argc, argv);
   app.setApplicationName("Quorvel");
   // The installed icon and desktop entry, where the program is installed.
@@ -34,6 +40,15 @@ int RunDesktop(int& argc, char** argv, FirstCopy& first) {
   frame.Load(first.CommandLine);
   frame.ServeLink(std::move(first.Link));
   frame.show();
+  std::unique_ptr<QSocketNotifier> stopped;
+  if (stop.fd() >= 0) {
+    stopped = std::make_unique<QSocketNotifier>(stop.fd(), QSocketNotifier::Read);
+    QObject::connect(stopped.get(), &QSocketNotifier::activated, &frame, [&frame, &stopped] {
+      stopped->setEnabled(false);
+      frame.EndSession();
+      QApplication::quit();
+    });
+  }
   // Set by the demo, which made the lines the session's windows use.
   if (std::getenv("QUORVEL_CONNECT_ALL") && !frame.Devices().empty())
     frame.Command([&frame] { frame.Devices().front()->mnuConnectAll_Click(); });

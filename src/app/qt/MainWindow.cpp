@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "app/CodePageSetting.h"
 #include "app/FileCommands.h"
 #include "app/Settings.h"
 #include "app/Startup.h"
@@ -113,6 +114,7 @@ void MainWindow::Load(const std::string& commandLine) {
       {static_cast<float>(twips.ToTwips(available.width())), static_cast<float>(twips.ToTwips(available.height()))});
   setGeometry(ToPixels(Placement));
   framePlaced_ = Placement;
+  SetCodePage(UserCodePage(store_));
   Guarded(*this, [&] { OpenCommandLine(*this, commandLine); });
   FindPorts();
   SyncView();
@@ -409,6 +411,18 @@ void MainWindow::SaveSessionMain() {
   if (!file.isEmpty()) SaveChosenSession(*this, file.toStdString());
 }
 
+void MainWindow::ChooseCodePage(int number) {
+  if (const CodePage* page = CodePage::Find(number)) {
+    SetCodePage(*page);
+    SaveUserCodePage(store_, number);
+  }
+}
+
+void MainWindow::EndSession() {
+  endingSession_ = true;
+  close();
+}
+
 void MainWindow::closeEvent(QCloseEvent* event) {
   const auto ask = [this](const std::string& text, const std::string& title) {
     const int answer = AskYesNoCancel(QString::fromStdString(text), QString::fromStdString(title));
@@ -416,7 +430,7 @@ void MainWindow::closeEvent(QCloseEvent* event) {
            : answer == QMessageBox::No ? PromptAnswer::No
                                        : PromptAnswer::Cancel;
   };
-  if (!MDIForm_QueryUnload(*this, ask, [this] { SaveSessionMain(); })) {
+  if (!endingSession_ && !MDIForm_QueryUnload(*this, ask, [this] { SaveSessionMain(); })) {
     event->ignore();
     return;
   }

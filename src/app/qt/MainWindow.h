@@ -68,6 +68,13 @@ class MainWindow : public QMainWindow, public frmQuorvelMain {
   std::function<QString()> ChooseOpenFile;
   std::function<QString()> ChooseSaveFile;
 
+  // The desktop session ends (logout, SIGTERM, SIGHUP): closes as File >
+  // Exit does, settings and recent lists saved, but asks nothing.
+  void EndSession();
+
+  // The code page of project and session texts, kept in the settings.
+  void ChooseCodePage(int number);
+
  protected:
   void closeEvent(QCloseEvent* event) override;
   // Sees every input event of the program, to re-arm the wake-up after it.
@@ -103,6 +110,7 @@ class MainWindow : public QMainWindow, public frmQuorvelMain {
   QTimer refresh_;
   std::map<frmQuorvel*, QMdiSubWindow*> views_;
   std::map<frmQuorvel*, WindowPlacement> placed_;
+  bool endingSession_ = false;
   WindowPlacement framePlaced_;
   std::vector<std::string> shownRecent_;
   MessageWindow* message_ = nullptr;

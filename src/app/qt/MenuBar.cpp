@@ -4,6 +4,7 @@
 
 #include "app/RecentLists.h"
 #include "app/qt/MainWindow.h"
+#include "project/CodePage.h"
 
 namespace quorvel {
 
@@ -102,6 +103,13 @@ void MenuBar::AddFileMenu(frmQuorvel* window) {
     Add(*file, nullptr, "&Save Session...", [window] { window->mnuSaveSession_Click(); });
   }
   file->addSeparator();
+  // Projects opened from now on read their texts in the chosen code page.
+  QMenu* pages = file->addMenu("&Code page");
+  for (const int number : CodePage::Supported()) {
+    QAction* page = Add(*pages, nullptr, QString::number(number), [this, number] { main_.ChooseCodePage(number); });
+    page->setCheckable(true);
+    page->setChecked(number == main_.ProjectCodePage().Number());
+  }
   Add(*file, nullptr, "E&xit", [this] { main_.close(); });
 }
 
