@@ -120,8 +120,21 @@ title_double_click() {
 }
 title_y=30
 
+# The Traffic window is a window of its own, taken alone.
+window_named() { timeout 5 xdotool search --onlyvisible --name "$1" 2>/dev/null | head -n 1; }
+has_window_named() { [[ -n $(window_named "$1") ]]; }
+shoot_window() {
+  local name=$1 title=$2 id
+  until_ok 10 "window '$title'" has_window_named "$title"
+  sleep "$settle"
+  check_running "before $name"
+  id=$(window_named "$title")
+  timeout 30 import -window "$id" "$work/$name" || die "could not capture $name"
+  echo "screenshots: $name"
+}
+
 # The menu keys of the desktop program: Connection (Alt+O) > Connect All (A)
-# and COM Parameters (P); Window (Alt+W) > Tile Vertically (V). The session
+# COM Parameters (P) and Traffic (T); Window (Alt+W) > Tile Vertically (V). The session
 # opens the Master window first: tiled, it is on the left.
 keys alt+o a
 keys alt+w v
@@ -133,10 +146,14 @@ title_double_click $((width * 3 / 4))
 shoot slave.png
 keys alt+o p
 shoot com-settings.png
-keys Escape
+# The dialog has the focus to itself: Escape goes to it.
+timeout 5 xdotool windowfocus --sync "$(window_named '^COM Settings')" key Escape || die "could not close COM Settings"
+sleep 0.3
+keys alt+o t
+shoot_window traffic.png '^Traffic COM'
 
 mkdir -p "$out"
-for picture in frame.png slave.png master.png com-settings.png; do
+for picture in frame.png slave.png master.png com-settings.png traffic.png; do
   mv -f "$work/$picture" "$out/$picture"
 done
 echo "screenshots: saved in $out"

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "app/cli/Cli.h"
+#include "modbus/HexText.h"
 
 namespace quorvel {
 class CodePage;
@@ -16,10 +17,7 @@ class CodePage;
 
 namespace quorvel::cli {
 
-// Hex bytes given as separate arguments ("01 03 00") or run together
-// ("010300"); blanks, ',', ':' and '-' separate, a "0x" prefix is allowed.
-// On failure `error` says which argument is wrong and nothing is returned.
-std::optional<std::vector<std::uint8_t>> ParseHexBytes(std::span<const std::string> args, std::string& error);
+using MODBUS::ParseHexBytes;
 
 // "01 03 00 0A" in upper case.
 std::string HexBytesText(std::span<const std::uint8_t> bytes);

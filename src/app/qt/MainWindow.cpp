@@ -20,6 +20,7 @@
 #include "app/Settings.h"
 #include "app/Startup.h"
 #include "app/qt/DeviceWindow.h"
+#include "app/qt/TrafficWindow.h"
 #include "device/qt/Twips.h"
 #include "dialogs/frmCOMSettings.h"
 #include "dialogs/frmSlaveAddress.h"
@@ -101,6 +102,8 @@ MainWindow::~MainWindow() {
     delete view;
   }
   views_.clear();
+  // The Traffic windows read the port table, which goes before the frame's children.
+  for (auto& [com, traffic] : traffic_) delete traffic;
 }
 
 void MainWindow::Load(const std::string& commandLine) {
@@ -315,6 +318,21 @@ void MainWindow::ActiveChanged() {
 void MainWindow::OpenCOM() {
   frmQuorvelMain::OpenCOM();
   SyncTimers();
+}
+
+TrafficWindow* MainWindow::OpenTraffic(int com) {
+  if (com < 1 || com > 16) {
+    MsgBox("This window has no port yet: choose one in the Connection menu.");
+    return nullptr;
+  }
+  TrafficWindow*& window = traffic_[com];
+  // Closing only hides the window: it keeps its filter and rows for next time.
+  if (!window)
+    window = new TrafficWindow(Port(com), com, std::make_unique<PortEntryFramePort>(Port(com)), clock(), this);
+  window->show();
+  window->raise();
+  window->activateWindow();
+  return window;
 }
 
 void MainWindow::ShowUserWrite(frmQuorvel& window, const ElementCollection& elements,

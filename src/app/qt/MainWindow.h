@@ -28,6 +28,7 @@ namespace quorvel {
 
 class DeviceWindow;
 class MessageWindow;
+class TrafficWindow;
 
 class MainWindow : public QMainWindow, public frmQuorvelMain {
   Q_OBJECT
@@ -61,6 +62,8 @@ class MainWindow : public QMainWindow, public frmQuorvelMain {
   void Arrange(Arrangement how) override;
   void RunFrameCommand(FrameCommand command, int index) override;
   void OpenCOM() override;
+  // The Traffic window of port `com`, opened or brought to the front.
+  TrafficWindow* OpenTraffic(int com);
 
   // How the desktop asks a yes/no/cancel question and picks files; tests
   // replace them.
@@ -114,6 +117,7 @@ class MainWindow : public QMainWindow, public frmQuorvelMain {
   WindowPlacement framePlaced_;
   std::vector<std::string> shownRecent_;
   MessageWindow* message_ = nullptr;
+  std::map<int, TrafficWindow*> traffic_;  // by port, kept once opened
   std::unique_ptr<platform::InstanceServer> link_;
   QSocketNotifier* linkNotifier_ = nullptr;
   bool closing_ = false;

@@ -35,6 +35,7 @@ void MenuBar::Build(frmQuorvel* window) {
     connection->addSeparator();
     Add(*connection, nullptr, "&Find COM", [&w] { w.mnuFindCOM_Click(); });
     Add(*connection, nullptr, "COM &Parameters...", [&w] { w.mnuCOMParameters_Click(); });
+    Add(*connection, nullptr, "&Traffic...", [this, &w] { main_.OpenTraffic(w.COM()); });
 
     QMenu* mode = bar_.addMenu("&Mode");
     for (int m = 1; m <= 3; ++m) Add(*mode, &w.menus.mnuMode[m], {}, [&w, m] { w.mnuMode_Click(m); });
