@@ -182,9 +182,9 @@ void MainWindow::SyncView() {
   // The recent lists show in the File menu: a change rebuilds the bar.
   std::vector<std::string> recent = Globals().RecentFiles;
   recent.insert(recent.end(), Globals().RecentSessions.begin(), Globals().RecentSessions.end());
-  if (recent != shownRecent_) {
+  if (recent != shownRecent_ || ActiveCore() != menus_.Window()) {
     shownRecent_ = recent;
-    menus_.Build(menus_.Window());
+    menus_.Build(ActiveCore());
   } else {
     menus_.Refresh();
   }
@@ -214,13 +214,23 @@ QMdiSubWindow* MainWindow::AddView(frmQuorvel& window) {
   });
   const QSize wanted = view->sizeHint();
   sub->resize(wanted.boundedTo(area_->size().expandedTo(QSize(320, 240))));
+  // Showing activates it: the frame must know whose view it is by then, or
+  // the menu bar is built for no window.
+  views_[core] = sub;
   sub->show();
   return sub;
 }
 
+frmQuorvel* MainWindow::ActiveCore() const {
+  const QMdiSubWindow* active = area_->activeSubWindow();
+  for (const auto& [window, sub] : views_)
+    if (sub == active) return window;
+  return nullptr;
+}
+
 void MainWindow::SyncWindows() {
   for (const auto& core : Devices())
-    if (!views_.count(core.get())) views_[core.get()] = AddView(*core);
+    if (!views_.count(core.get())) AddView(*core);
   for (auto it = views_.begin(); it != views_.end();) {
     const bool alive =
         std::any_of(Devices().begin(), Devices().end(), [&](const auto& core) { return core.get() == it->first; });
@@ -303,10 +313,7 @@ bool MainWindow::eventFilter(QObject* watched, QEvent* event) {
 }
 
 void MainWindow::ActiveChanged() {
-  QMdiSubWindow* active = area_->activeSubWindow();
-  frmQuorvel* core = nullptr;
-  for (const auto& [window, sub] : views_)
-    if (sub == active) core = window;
+  frmQuorvel* core = ActiveCore();
   if (core != menus_.Window() || !core) menus_.Build(core);
 }
 
@@ -363,7 +370,10 @@ void MainWindow::OpenCompanion(const std::string& file) {
     MsgBox("File not found: " + path.toStdString());
     return;
   }
-  QDesktopServices::openUrl(QUrl::fromLocalFile(path));
+  // Without a program for the file type the desktop opens nothing and says
+  // nothing; the user is told where the file is instead.
+  if (!QDesktopServices::openUrl(QUrl::fromLocalFile(path)))
+    MsgBox("No program is set up to open " + path.toStdString() + "\nOpen the file with a viewer of your choice.");
 }
 
 void MainWindow::RunFrameCommand(FrameCommand command, int index) {

@@ -82,6 +82,8 @@ class MainWindow : public QMainWindow, public frmQuorvelMain {
   void Serve();
   void StopService();
   void ActiveChanged();
+  // The core of the active sub-window; nullptr when none is active.
+  frmQuorvel* ActiveCore() const;
   QMdiSubWindow* AddView(frmQuorvel& window);
   void OpenCompanion(const std::string& file);
   // Places in twips follow the screen and the screen follows the core: a
