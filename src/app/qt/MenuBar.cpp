@@ -21,6 +21,7 @@ void MenuBar::Build(frmQuorvel* window) {
   window_ = window;
   bound_.clear();
   shown_.clear();
+  tipped_.clear();
   bar_.clear();
   if (window) {
     frmQuorvel& w = *window;
@@ -30,7 +31,11 @@ void MenuBar::Build(frmQuorvel* window) {
     Add(*connection, nullptr, "&Disconnect All", [&w] { w.mnuDisconnectAll_Click(); });
     // The line above the port list shows only while some port is listed.
     shown_.push_back({connection->addSeparator(), &w.menus.mnuConnection1});
-    for (int com = 1; com <= 16; ++com) Add(*connection, &w.menus.mnuCOM[com], {}, [&w, com] { w.mnuCOM_Click(com); });
+    connection->setToolTipsVisible(true);
+    for (int com = 1; com <= 16; ++com) {
+      QAction* port = Add(*connection, &w.menus.mnuCOM[com], {}, [&w, com] { w.mnuCOM_Click(com); });
+      tipped_.push_back({port, &w.menus.mnuCOMToolTip[static_cast<std::size_t>(com)]});
+    }
     connection->addSeparator();
     Add(*connection, nullptr, "&Find COM", [&w] { w.mnuFindCOM_Click(); });
     Add(*connection, nullptr, "COM &Parameters...", [&w] { w.mnuCOMParameters_Click(); });
@@ -125,6 +130,10 @@ void MenuBar::Refresh() {
   }
   for (const Bound& bound : shown_)
     if (bound.action->isVisible() != bound.item->Visible) bound.action->setVisible(bound.item->Visible);
+  for (const auto& [action, tip] : tipped_) {
+    const QString text = QString::fromStdString(*tip);
+    if (action->toolTip() != text) action->setToolTip(text);
+  }
 }
 
 }  // namespace quorvel

@@ -5,6 +5,8 @@
 // visibility come from the core's menu state; the bar only mirrors them.
 
 #include <functional>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include <QMenuBar>
@@ -40,6 +42,7 @@ class MenuBar {
   std::vector<Bound> bound_;
   // Items whose visibility alone follows the core: separators and submenus.
   std::vector<Bound> shown_;
+  std::vector<std::pair<QAction*, const std::string*>> tipped_;
 };
 
 }  // namespace quorvel
