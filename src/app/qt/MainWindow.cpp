@@ -322,6 +322,12 @@ void MainWindow::OpenCOM() {
   SyncTimers();
 }
 
+void MainWindow::SetPortPath(int com, const std::string& path) {
+  frmQuorvelMain::SetPortPath(com, path);
+  if (PortPath(com) == path && !SavePortPath(store_, com, path))
+    MsgBox("The path of COM" + std::to_string(com) + " could not be kept in the settings.");
+}
+
 void MainWindow::ShowUserWrite(frmQuorvel& window, const ElementCollection& elements,
                                std::shared_ptr<ReqProp> request) {
   UserWriteDialog dialog(std::make_unique<frmUserWrite>(window, elements, window.PendingRequests, std::move(request)),

@@ -61,6 +61,8 @@ class MainWindow : public QMainWindow, public frmQuorvelMain {
   void Arrange(Arrangement how) override;
   void RunFrameCommand(FrameCommand command, int index) override;
   void OpenCOM() override;
+  // Also kept in the settings for the next run and for quorvel-cli.
+  void SetPortPath(int com, const std::string& path) override;
 
   // How the desktop asks a yes/no/cancel question and picks files; tests
   // replace them.
