@@ -98,5 +98,34 @@ TEST_F(OpeningWindows, AProjectHandedOverByASecondCopy) {
   std::filesystem::remove_all(dir);
 }
 
+TEST_F(OpeningWindows, ShortcutsOpenSaveAndTheWindowList) {
+  int saves = 0;
+  frame->ChooseOpenFile = [] { return QString::fromStdString(kProject); };
+  frame->ChooseSaveFile = [&] {
+    ++saves;
+    return QString();
+  };
+  QTest::keyClick(frame.get(), Qt::Key_O, Qt::ControlModifier);
+  ASSERT_EQ(frame->Views().size(), 1u);
+  QTest::keyClick(frame.get(), Qt::Key_O, Qt::ControlModifier);
+  ASSERT_EQ(frame->Views().size(), 2u);
+  QTest::keyClick(frame.get(), Qt::Key_S, Qt::ControlModifier);
+  EXPECT_EQ(saves, 1);
+
+  // The Window menu lists both, the active (newest) one checked; choosing
+  // the first makes it active.
+  QStringList listed;
+  QAction* first = nullptr;
+  for (QAction* item : FindMenu(*frame->menuBar(), "&Window")->actions())
+    if (item->text().startsWith("&1 ") || item->text().startsWith("&2 ")) {
+      listed << item->text().left(2) + (item->isChecked() ? "*" : "");
+      if (item->text().startsWith("&1 ")) first = item;
+    }
+  EXPECT_EQ(listed.join(",").toStdString(), "&1,&2*");
+  ASSERT_NE(first, nullptr);
+  first->trigger();
+  EXPECT_EQ(frame->Menus().Window(), &frame->Views()[0]->Core());
+}
+
 }  // namespace
 }  // namespace quorvel

@@ -1,22 +1,35 @@
 #include "app/qt/DesktopMain.h"
 
 #include <QApplication>
+#include <QFile>
 #include <QIcon>
 #include <cstdlib>
 #include <iostream>
 
 #include "app/Settings.h"
+#include "app/Startup.h"
 #include "app/qt/MainWindow.h"
 #include "platform/Clock.h"
 
 namespace quorvel {
+namespace {
+
+// The installed icon; run from the build tree, the one the build rendered.
+QIcon ProgramIcon() {
+  const QIcon installed = QIcon::fromTheme("quorvel");
+  if (!installed.isNull()) return installed;
+  const QString built = QString::fromStdString(ProgramDirectory()) + "../icons/48x48/quorvel.png";
+  return QFile::exists(built) ? QIcon(built) : installed;
+}
+
+}  // namespace
 
 int RunDesktop(int& argc, char** argv, FirstCopy& first) {
   QApplication app(argc, argv);
   app.setApplicationName("Quorvel");
   // The installed icon and desktop entry, where the program is installed.
   app.setDesktopFileName("quorvel");
-  app.setWindowIcon(QIcon::fromTheme("quorvel"));
+  app.setWindowIcon(ProgramIcon());
   std::unique_ptr<platform::SettingsStore> store = platform::OpenUserSettings();
   if (!store) {
     // Without a place for settings the program still runs; it forgets them.

@@ -69,7 +69,8 @@ MainWindow::MainWindow(platform::Clock& clock, platform::PortMap portMap, platfo
   connect(&refresh_, &QTimer::timeout, this, [this] { SyncView(); });
   refresh_.start();
   SetMsgBoxSink([this](const std::string& text) {
-    QMessageBox::information(this, QString::fromStdString(Globals().ProgramTitle), QString::fromStdString(text));
+    // Every box here reports something that went wrong.
+    QMessageBox::warning(this, QString::fromStdString(Globals().ProgramTitle), QString::fromStdString(text));
   });
   SetShowMsgSink([this](const std::string& text) {
     if (!message_) message_ = new MessageWindow(this);
@@ -94,6 +95,9 @@ MainWindow::MainWindow(platform::Clock& clock, platform::PortMap portMap, platfo
 }
 
 MainWindow::~MainWindow() {
+  // Sub-windows going away activate others; the menus are not rebuilt over
+  // views half gone.
+  area_->disconnect(this);
   // The panels watch their windows' cores: they go first.
   for (auto& [core, view] : views_) {
     view->disconnect(this);
@@ -111,7 +115,9 @@ void MainWindow::Load(const std::string& commandLine) {
   LoadStartupSettings(
       store_, *this,
       {static_cast<float>(twips.ToTwips(available.width())), static_cast<float>(twips.ToTwips(available.height()))});
-  setGeometry(ToPixels(Placement));
+  // Saved on a larger screen, or a screen since unplugged: kept on this one.
+  setGeometry(FitScreen(ToPixels(Placement)));
+  Placement = ToTwips(geometry());
   framePlaced_ = Placement;
   Guarded(*this, [&] { OpenCommandLine(*this, commandLine); });
   FindPorts();
@@ -139,6 +145,16 @@ void MainWindow::Command(const std::function<void()>& run) {
   SyncView();
 }
 
+QRect MainWindow::FitScreen(const QRect& wanted) const {
+  const QScreen* shown = screen();
+  if (!shown) return wanted;
+  const QRect room = shown->availableGeometry();
+  QRect fitted(wanted.topLeft(), wanted.size().boundedTo(room.size()));
+  fitted.moveLeft(std::clamp(fitted.left(), room.left(), room.right() - fitted.width() + 1));
+  fitted.moveTop(std::clamp(fitted.top(), room.top(), room.bottom() - fitted.height() + 1));
+  return fitted;
+}
+
 QRect MainWindow::ToPixels(const WindowPlacement& place) const {
   const Twips twips = Twips::ForScreen(screen());
   return twips.ToRect(static_cast<std::int32_t>(place.Left), static_cast<std::int32_t>(place.Top),
@@ -156,7 +172,7 @@ void MainWindow::SyncPlacements() {
     if (Placement != framePlaced_) {
       // A session gives the frame's size; it stays where it is.
       const QRect wanted = ToPixels(Placement);
-      resize(wanted.size());
+      resize(FitScreen(QRect(pos(), wanted.size())).size());
     } else {
       Placement = ToTwips(geometry());
     }
@@ -219,6 +235,11 @@ QMdiSubWindow* MainWindow::AddView(frmQuorvel& window) {
   views_[core] = sub;
   sub->show();
   return sub;
+}
+
+void MainWindow::Activate(frmQuorvel& window) {
+  const auto found = views_.find(&window);
+  if (found != views_.end()) area_->setActiveSubWindow(found->second);
 }
 
 frmQuorvel* MainWindow::ActiveCore() const {
@@ -439,6 +460,7 @@ void MainWindow::closeEvent(QCloseEvent* event) {
   Minimized = isMinimized();
   if (!Minimized) Placement = ToTwips(geometry());
   closing_ = true;
+  area_->disconnect(this);
   StopService();
   refresh_.stop();
   // Views before the cores they show; then the frame's own unload.

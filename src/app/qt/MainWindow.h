@@ -45,6 +45,8 @@ class MainWindow : public QMainWindow, public frmQuorvelMain {
   void Command(const std::function<void()>& run);
   void SaveSessionMain();
 
+  // Makes `window`'s sub-window the active one.
+  void Activate(frmQuorvel& window);
   // The device windows on screen, in the core's order.
   std::vector<DeviceWindow*> Views() const;
   QMdiArea& Area() const { return *area_; }
@@ -93,6 +95,8 @@ class MainWindow : public QMainWindow, public frmQuorvelMain {
   // place on screen is recorded for the next session file.
   void SyncPlacements();
   QRect ToPixels(const WindowPlacement& place) const;
+  // `wanted` made to fit the screen's available area, moved before shrunk.
+  QRect FitScreen(const QRect& wanted) const;
   WindowPlacement ToTwips(const QRect& rect) const;
 
   platform::SettingsStore& store_;
