@@ -35,9 +35,13 @@ DEMO_SECONDS ?= 0
 demo: build
 	$(BUILD)/bin/quorvel-cli demo --seconds $(DEMO_SECONDS)
 
-# The Debian package of the build, written into $(BUILD)/.
-package: build
-	cd $(BUILD) && cpack -G DEB
+# The Debian package, from a Release build of its own (stripped as it is
+# packed), written into $(PKG_BUILD)/.
+PKG_BUILD ?= build-package
+package: deps
+	cmake -S . -B $(PKG_BUILD) $(CMAKE_FLAGS) -DCMAKE_BUILD_TYPE=Release -DQUORVEL_TESTS=OFF
+	cmake --build $(PKG_BUILD) -j$(JOBS)
+	cd $(PKG_BUILD) && cpack -G DEB
 
 # The guide's screenshots, taken on a virtual screen and saved in
 # docs/screenshots/; the build then prints them into QuickStart.pdf.
@@ -61,4 +65,4 @@ fuzz: deps
 	done
 
 clean:
-	rm -rf $(BUILD) $(SAN_BUILD) $(BENCH_BUILD) $(FUZZ_BUILD)
+	rm -rf $(BUILD) $(SAN_BUILD) $(BENCH_BUILD) $(FUZZ_BUILD) $(PKG_BUILD)

@@ -65,6 +65,9 @@ set(CPACK_DEBIAN_PACKAGE_SECTION electronics)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_HOMEPAGE ${QUORVEL_HOMEPAGE})
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+# Refresh the MIME, desktop and icon caches, so that a file manager opens
+# .qvc and .qvs files with Quorvel right after installing.
+set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA ${quorvel_packaging}/postinst ${quorvel_packaging}/postrm)
 # The runtimes (C, C++, Qt widgets) follow from what the programs link.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 if(QUORVEL_GUI)

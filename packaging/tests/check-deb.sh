@@ -53,6 +53,35 @@ grep -E 'mdpdf|_tests|\.a$|/include/' "$out/contents" && fail "package holds bui
 dpkg-deb -c "$deb" | awk '$1 ~ /^d/ && ($1 != "drwxr-xr-x" || $2 != "root/root") { print; bad = 1 } END { exit bad }' ||
   fail "directory with other permissions or owner"
 
+# The programs are stripped.
+dpkg-deb -x "$deb" "$out/root"
+for program in quorvel quorvel-cli; do
+  [[ -e $out/root/usr/$appdir/$program ]] || continue
+  readelf -S "$out/root/usr/$appdir/$program" | grep -qE '\.symtab|\.debug_info' && fail "$program is not stripped"
+done
+
+# The maintainer scripts refresh the caches a file manager reads, and still
+# succeed where a tool is missing. They run here against stand-in tools that
+# log their arguments, so no root install is needed.
+dpkg-deb -e "$deb" "$out/control"
+mkdir -p "$out/tools"
+for tool in update-mime-database update-desktop-database gtk-update-icon-cache; do
+  printf '#!/bin/sh\necho "%s $*" >>"%s"\n' "$tool" "$out/calls" >"$out/tools/$tool"
+  chmod +x "$out/tools/$tool"
+done
+for script in postinst:configure postrm:remove; do
+  name=${script%%:*} action=${script#*:}
+  [[ -x $out/control/$name ]] || { fail "package has no executable $name"; continue; }
+  : >"$out/calls"
+  PATH=$out/tools:/usr/bin:/bin sh "$out/control/$name" "$action" || fail "$name $action failed"
+  for call in "update-mime-database /usr/share/mime" "update-desktop-database -q /usr/share/applications" \
+    "gtk-update-icon-cache -q -t -f /usr/share/icons/hicolor"; do
+    grep -qxF "$call" "$out/calls" || fail "$name $action does not run: $call"
+  done
+  mkdir -p "$out/empty"
+  PATH=$out/empty /bin/sh "$out/control/$name" "$action" || fail "$name $action fails without the tools"
+done
+
 if ((failures)); then
   echo "$failures check(s) failed"
   exit 1

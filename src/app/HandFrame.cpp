@@ -6,6 +6,7 @@
 #include "modbus/FrameCodec.h"
 #include "modbus/HexText.h"
 #include "serial/PortEntry.h"
+#include "serial/clsCOM.h"
 
 namespace quorvel {
 namespace {
@@ -75,14 +76,16 @@ bool HandFrameSender::Tick() {
 
 bool PortEntryFramePort::CanSend() const { return entry_.State == PortEntry::kOpen && entry_.Port && !entry_.Busy; }
 
-bool PortEntryFramePort::Send(std::span<const std::uint8_t> /*wire*/, std::string& why) {
-  // TODO(lead): the port object has no entry point for a frame sealed by
-  // hand yet. It needs one that, on an open port with nothing under way,
-  // writes the bytes as they are, records them as sent, and waits for and
-  // records the answer (or the time-out) as it does for a request, without
-  // handing the answer to any device window. Until then nothing goes out.
-  why = "this port cannot send hand-made frames yet";
-  return false;
+bool PortEntryFramePort::Send(std::span<const std::uint8_t> wire, std::string& why) {
+  // The frame is sealed already; its answer, or the time-out, goes into the
+  // port's traffic log, where the window shows it, and to no device window.
+  constexpr std::int32_t kAnswerTimeoutMs = 1000;
+  if (!CanSend() || !entry_.Port->SendFrame(wire, false, kAnswerTimeoutMs, [](bool, std::span<const std::uint8_t>) {})) {
+    why = entry_.Mode == kModeMaster ? "the port is busy or the frame does not fit"
+                                     : "only a Master port sends hand-made frames";
+    return false;
+  }
+  return true;
 }
 
 }  // namespace quorvel

@@ -73,4 +73,8 @@ platform::PortMap LoadPortMap(platform::SettingsStore& store) {
   return map;
 }
 
+bool SavePortPath(platform::SettingsStore& store, int com, const std::string& path) {
+  return store.SaveSetting(kSettingsApp, platform::PortMap::kSection, platform::PortMap::Key(com), path);
+}
+
 }  // namespace quorvel

@@ -36,5 +36,7 @@ bool MDIForm_Unload(frmQuorvelMain& frame, platform::SettingsStore& store);
 
 // The port map with the store's "COM1".."COM16" entries over the defaults.
 platform::PortMap LoadPortMap(platform::SettingsStore& store);
+// Keeps `path` as port `com`'s device, where LoadPortMap (and the CLI) read it.
+bool SavePortPath(platform::SettingsStore& store, int com, const std::string& path);
 
 }  // namespace quorvel

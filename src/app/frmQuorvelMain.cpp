@@ -75,17 +75,43 @@ void frmQuorvelMain::FindPorts() {
   for (int com = 1; com <= 16; ++com) {
     PortEntry& entry = Port(com);
     if (entry.State == PortEntry::kOpen) continue;
-    entry.State = platform::ProbeSerialPath(portMap_.Path(com)) ? PortEntry::kClosed : PortEntry::kNotAvailable;
+    const platform::OpenFailure failure = platform::ProbeSerialLine(portMap_.Path(com));
+    entry.State = failure ? PortEntry::kNotAvailable : PortEntry::kClosed;
+    problems_[static_cast<std::size_t>(com)] = failure ? platform::OpenFailureText(com, failure) : std::string();
   }
   SetMenus();
 }
 
+std::string frmQuorvelMain::PortProblem(int com) const {
+  if (com < 1 || com > 16 || Port(com).State != PortEntry::kNotAvailable) return {};
+  const std::string& problem = problems_[static_cast<std::size_t>(com)];
+  return problem.empty() ? platform::OpenFailureText(com, {}) : problem;
+}
+
+void frmQuorvelMain::ExplainPort(int com) {
+  if (com < 1 || com > 16 || reported_[static_cast<std::size_t>(com)]) return;
+  if (const std::string problem = PortProblem(com); !problem.empty()) ShowMsg(problem);
+}
+
+void frmQuorvelMain::SetPortPath(int com, const std::string& path) {
+  if (!portMap_.Set(com, path)) return;
+  // The old reason named the old path; the next probe or open finds the new one.
+  problems_[static_cast<std::size_t>(com)].clear();
+  if (Port(com).State == PortEntry::kNotAvailable) Port(com).State = PortEntry::kClosed;
+  SetMenus();
+}
+
 void frmQuorvelMain::OpenCOM() {
+  reported_.fill(false);
   for (std::int16_t com = 1; com <= 16; ++com) {
     PortEntry& entry = Port(com);
     if (entry.State == PortEntry::kClosed && entry.Connections != 0) {
-      auto port =
-          std::make_unique<clsCOM>(entry, *this, clock_, lines_, [this](const std::string& text) { MsgBox(text); });
+      const auto slot = static_cast<std::size_t>(com);
+      auto port = std::make_unique<clsCOM>(entry, *this, clock_, lines_, [this, slot](const std::string& text) {
+        problems_[slot] = text;
+        reported_[slot] = true;
+        MsgBox(text);
+      });
       std::int16_t number = com;
       if (port->OpenCOM(number)) {
         entry.State = PortEntry::kOpen;
@@ -229,6 +255,8 @@ void frmQuorvelMain::SetMenus() {
       MenuItem& item = form->menus.mnuCOM[com];
       const PortEntry& entry = Port(com);
       item.Visible = entry.State != PortEntry::kNotAvailable;
+      const std::string problem = PortProblem(com);
+      form->menus.mnuCOMToolTip[static_cast<std::size_t>(com)] = problem.empty() ? portMap_.Path(com) : problem;
       if (item.Visible) item.Enabled = entry.Mode == 0 || entry.Mode == form->Mode();
       anyVisible = anyVisible || item.Visible;
     }

@@ -60,8 +60,16 @@ class frmQuorvelMain : public DeviceHost, public DeviceDirectory {
   WindowPlacement Placement;
   bool Minimized = false;
 
-  // Marks ports that cannot be opened, or are no serial line, as not available.
+  // Marks ports that cannot be opened, or are no serial line, as not available,
+  // and keeps the reason for each.
   void FindPorts() override;
+  // Why port `com` is not available ("Can not open COM3" and the cause); empty
+  // while it is.
+  std::string PortProblem(int com) const;
+  void ExplainPort(int com) override;
+  std::string PortPath(int com) const override { return portMap_.Path(com); }
+  // Takes effect when the port is next probed or opened.
+  void SetPortPath(int com, const std::string& path) override;
   // Fills every port record with the default line settings.
   void SetDefaultPortSettings();
 
@@ -129,6 +137,10 @@ class frmQuorvelMain : public DeviceHost, public DeviceDirectory {
   platform::Clock& clock_;
   platform::PortMap portMap_;
   LineFactory lines_;
+  // Per port, the reason its last probe or open failed.
+  std::array<std::string, 17> problems_{};
+  // Per port, whether the current OpenCOM has shown its failure already.
+  std::array<bool, 17> reported_{};
   MessageSink msgBox_;
   MessageSink showMsg_;
   PublicVeriables globals_;

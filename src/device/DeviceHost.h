@@ -48,6 +48,12 @@ class DeviceHost {
   virtual std::vector<frmQuorvel*> DeviceWindows() { return {}; }
   // Probes serial ports 1..16 and refreshes every window's port items.
   virtual void FindPorts() {}
+  // Tells the user, in the message window, why port `com` is not available,
+  // unless opening it has just said so; nothing for a port that is.
+  virtual void ExplainPort(int /*com*/) {}
+  // The device path port `com` stands for, and a new one for its next open.
+  virtual std::string PortPath(int /*com*/) const { return {}; }
+  virtual void SetPortPath(int /*com*/, const std::string& /*path*/) {}
   // The COM settings dialog preset to port `com`.
   virtual void ShowCOMSettings(int /*com*/) {}
   // The master/slave settings dialog for `window`.

@@ -21,6 +21,8 @@ struct DeviceMenus {
   MenuItem mnuConnection1{"Connection"};
   // Index 1..16; element 0 unused.
   std::array<MenuItem, 17> mnuCOM{};
+  // The tool tips of the port items: the device path, or why the port failed.
+  std::array<std::string, 17> mnuCOMToolTip{};
   // Index 1..3 (Master, Slave, Monitor); element 0 unused.
   std::array<MenuItem, 4> mnuMode{};
   MenuItem mnuAutoEnable{"Auto Requests &Enable", true};

@@ -131,7 +131,8 @@ class frmQuorvel : public DeviceLink {
   void mnuConnectAll_Click() { ConnectAll(true); }
   void mnuDisconnectAll_Click() { ConnectAll(false); }
   void mnuCOM_Click(int index);
-  void mnuFindCOM_Click() { host_.FindPorts(); }
+  // Probes the ports again and says why any port a window uses is missing.
+  void mnuFindCOM_Click();
   void mnuCOMParameters_Click() { host_.ShowCOMSettings(com_); }
   void mnuMode_Click(int index);
   void mnuSettings_Click() { host_.ShowSettings(*this); }
@@ -182,6 +183,8 @@ class frmQuorvel : public DeviceLink {
  private:
   void UpdateModeMenus();
   void ConnectAll(bool connected);
+  // Each port the windows use, explained once when it is not available.
+  void ExplainWindowsPorts();
   void ScheduleAll(bool enable);
   // After a periodic request has had its turn: due again a period on, and
   // the window due when its earliest request is.

@@ -2,12 +2,30 @@
 
 #include "device/frmQuorvel.h"
 
+#include <algorithm>
+
 namespace quorvel {
 
 void frmQuorvel::mnuConnect_Click() {
   SetConnected(!connected_);
   host_.OpenCOM();
+  if (connected_) host_.ExplainPort(com_);
   ShowCaption();
+}
+
+void frmQuorvel::ExplainWindowsPorts() {
+  std::vector<int> explained;
+  for (frmQuorvel* window : host_.DeviceWindows()) {
+    const int com = window->COM();
+    if (com == 0 || std::find(explained.begin(), explained.end(), com) != explained.end()) continue;
+    explained.push_back(com);
+    host_.ExplainPort(com);
+  }
+}
+
+void frmQuorvel::mnuFindCOM_Click() {
+  host_.FindPorts();
+  ExplainWindowsPorts();
 }
 
 void frmQuorvel::ConnectAll(bool connected) {
@@ -16,6 +34,7 @@ void frmQuorvel::ConnectAll(bool connected) {
   const std::vector<frmQuorvel*> windows = host_.DeviceWindows();
   for (frmQuorvel* window : windows) window->SetConnected(connected);
   host_.OpenCOM();
+  if (connected) ExplainWindowsPorts();
   for (frmQuorvel* window : windows) window->ShowCaption();
 }
 
@@ -23,6 +42,7 @@ void frmQuorvel::mnuCOM_Click(int index) {
   if (index < 1 || index > 16) return;
   SetCOM(static_cast<std::int16_t>(index));
   host_.MarkSessionChanged();
+  if (com_ == index) host_.ExplainPort(index);
 }
 
 void frmQuorvel::mnuMode_Click(int index) {

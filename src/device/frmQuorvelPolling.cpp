@@ -102,6 +102,9 @@ void frmQuorvel::GetResponce(std::int32_t code, std::int32_t& length, std::span<
 }
 
 void frmQuorvel::DoResponce(std::span<std::uint8_t> buffer, std::int32_t count) {
+  // Emulation switched off: the device is as good as unplugged, and its
+  // values stand still because nothing reads them.
+  if (mode_ == kSlave && !autoEnable_) return;
   ElementSlaveData data(*this);
   std::int32_t length = MODBUS::BuildResponce(buffer, count, static_cast<std::uint16_t>(exeptions_), data, counters_);
   if (length > 0 && com_ != 0) {

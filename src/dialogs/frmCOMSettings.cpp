@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "convert/Val.h"
+#include "platform/SerialDevices.h"
 #include "device/frmQuorvel.h"
 #include "serial/clsCOM.h"
 
@@ -19,7 +20,9 @@ void frmCOMSettings::ShowForm(int com) {
     const PortEntry& entry = host_.Port(n);
     working_[static_cast<std::size_t>(n)] =
         PortSettings{entry.ASCII, entry.ASCII8bits, entry.dcb, entry.Timing, entry.Echo};
+    paths_[static_cast<std::size_t>(n)] = host_.PortPath(n);
   }
+  cmbPath_List = platform::ListSerialDevices();
   FillPortList();
   const std::string wanted = " COM" + std::to_string(com);
   for (std::size_t i = 0; i < cmbCOM.size(); ++i)
@@ -61,6 +64,7 @@ void frmCOMSettings::ShowPortSettings() {
   chkRTSToggle = (port.dcb.Flags & DCB::kRtsControlMask) != 0;
   cmbTiming = port.Timing;
   chkEcho = port.Echo;
+  cmbPath = paths_[static_cast<std::size_t>(com)];
 }
 
 void frmCOMSettings::ReadPortSettings() {
@@ -88,9 +92,15 @@ void frmCOMSettings::ReadPortSettings() {
     port.dcb.Flags &= ~std::uint32_t{16};
   port.Timing = cmbTiming;
   port.Echo = chkEcho;
+  paths_[static_cast<std::size_t>(com)] = cmbPath;
 }
 
 void frmCOMSettings::cmdOK_Click() {
+  for (int n = 1; n <= 16; ++n) {
+    // A path cleared by mistake keeps the one the port had.
+    const std::string& path = paths_[static_cast<std::size_t>(n)];
+    if (!path.empty() && path != host_.PortPath(n)) host_.SetPortPath(n, path);
+  }
   for (int n = 1; n <= 16; ++n) {
     const PortSettings& port = working_[static_cast<std::size_t>(n)];
     PortEntry& entry = host_.Port(n);

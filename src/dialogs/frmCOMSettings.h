@@ -35,6 +35,10 @@ class frmCOMSettings {
   // The controls, as the user sees and sets them.
   std::vector<std::string> cmbCOM;  // " COM1" ...
   int cmbCOM_ListIndex = -1;
+  // The device path of the selected port; any path may be typed. The list
+  // offers the serial devices found when the dialog opened.
+  std::string cmbPath;
+  std::vector<std::string> cmbPath_List;
   bool chkAvailable = false;
   std::string cmbBaudRate;  // also takes typed text
   std::string cmbParity = kParities[0];
@@ -70,6 +74,9 @@ class frmCOMSettings {
  private:
   DeviceHost& host_;
   std::array<PortSettings, 17> working_{};
+  // Kept apart from the line settings: OK hands changed paths to the frame,
+  // which keeps them for good, and changes nothing else for them.
+  std::array<std::string, 17> paths_{};
 };
 
 }  // namespace quorvel

@@ -4,11 +4,14 @@
 #include <grp.h>
 #include <pwd.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
+#include <cstdio>
 #include <fstream>
+#include <sstream>
 #include <vector>
 
 namespace quorvel::platform {
@@ -64,6 +67,29 @@ std::string CommandName(const std::string& pid) {
   return name;
 }
 
+// The process that holds a lock on the device node, as /proc/locks lists it.
+// A program that has the port in use locks it; others may only have it open
+// for a moment (a modem manager probing, a shell, this program's own probe),
+// and naming one of them would send the user after the wrong program.
+std::optional<pid_t> LockHolder(const struct stat& node) {
+  std::ifstream locks("/proc/locks");
+  std::string line;
+  while (std::getline(locks, line)) {
+    // "1: FLOCK  ADVISORY  WRITE 1234 00:05:87 0 EOF"; waiters read "1: -> FLOCK ...".
+    std::istringstream fields(line);
+    std::string number, kind, mode, access, id;
+    long pid = 0;
+    fields >> number >> kind;
+    if (kind == "->") continue;
+    fields >> mode >> access >> pid >> id;
+    unsigned major = 0, minor = 0;
+    unsigned long inode = 0;
+    if (pid <= 0 || std::sscanf(id.c_str(), "%x:%x:%lu", &major, &minor, &inode) != 3) continue;
+    if (makedev(major, minor) == node.st_dev && inode == node.st_ino) return static_cast<pid_t>(pid);
+  }
+  return std::nullopt;
+}
+
 }  // namespace
 
 OpenCause CauseOfError(int error) {
@@ -90,6 +116,8 @@ OpenCause CauseOfError(int error) {
 std::optional<PortHolder> FindPortHolder(const std::string& path) {
   struct stat device {};
   if (stat(path.c_str(), &device) != 0 || !S_ISCHR(device.st_mode)) return std::nullopt;
+  if (const std::optional<pid_t> locker = LockHolder(device))
+    return PortHolder{*locker, CommandName(std::to_string(*locker))};
   DIR* proc = opendir("/proc");
   if (proc == nullptr) return std::nullopt;
   std::optional<PortHolder> holder;

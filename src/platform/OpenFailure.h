@@ -43,9 +43,10 @@ OpenCause CauseOfError(int error);
 // the holding process (looked up in /proc) and the device's group.
 OpenFailure DescribeOpenFailure(const std::string& path, int error);
 
-// The process that has the character device at `path` open, if any can be
-// seen. The calling process counts too: two port numbers mapped to one device
-// are caught the same way.
+// The process that holds the character device at `path`: the one with a lock
+// on it, else the first seen with it open, if any can be seen. The calling
+// process counts too: two port numbers mapped to one device are caught the
+// same way.
 std::optional<PortHolder> FindPortHolder(const std::string& path);
 
 // "Can not open COM<n>", a line break, and the cause. A failure without a

@@ -17,6 +17,7 @@
 #include "app/qt/DeviceWindow.h"
 #include "app/qt/MainWindow.h"
 #include "platform/NullModem.h"
+#include "MenuTestSupport.h"
 
 namespace quorvel {
 namespace {
@@ -95,6 +96,33 @@ TEST_F(Desktop, ConnectsTheSampleSessionAndShowsTheMetersValues) {
   EXPECT_FALSE(panel.tbInput().isVisible());
   EXPECT_TRUE(WaitFor([&] { return ValueText(master, "HR0025") == "2.5"; })) << ValueText(master, "HR0025");
   EXPECT_EQ(master.Core().Counters().TOErr, 0);
+}
+
+TEST_F(Desktop, EmulationEnableStartsAndStopsTheSlavesAnswers) {
+  std::vector<DeviceWindow*> views = frame->Views();
+  ASSERT_EQ(views.size(), 2u);
+  frmQuorvel& master = views[0]->Core();
+  frmQuorvel& slave = views[1]->Core();
+  frame->Command([&] { master.mnuConnectAll_Click(); });
+  ASSERT_TRUE(WaitFor([&] { return slave.Counters().SlaveRequestCount >= 2; }));
+
+  frame->Area().setActiveSubWindow(frame->Area().subWindowList()[1]);
+  QAction* enable = FindMenuItem(*frame->menuBar(), "&Mode", "Emulation &Enable");
+  ASSERT_NE(enable, nullptr);
+  ASSERT_TRUE(enable->isChecked());
+  enable->trigger();
+  EXPECT_FALSE(slave.AutoEnable());
+  // An answer under way when it was switched off may still arrive; after the
+  // master's next time-out none comes.
+  const int timeouts = master.Counters().TOErr;
+  ASSERT_TRUE(WaitFor([&] { return master.Counters().TOErr > timeouts; }));
+  const int answered = slave.Counters().SlaveRequestCount;
+  ASSERT_TRUE(WaitFor([&] { return master.Counters().TOErr > timeouts + 1; }));
+  EXPECT_EQ(slave.Counters().SlaveRequestCount, answered);
+
+  enable->trigger();
+  EXPECT_TRUE(slave.AutoEnable());
+  EXPECT_TRUE(WaitFor([&] { return slave.Counters().SlaveRequestCount > answered; }));
 }
 
 TEST_F(Desktop, AsksBeforeClosingOnlyWhenTheSessionChanged) {

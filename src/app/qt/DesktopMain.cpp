@@ -1,6 +1,7 @@
 #include "app/qt/DesktopMain.h"
 
 #include <QApplication>
+#include <QFile>
 #include <QIcon>
 #include <QSocketNotifier>
 #include <cstdlib>
@@ -8,11 +9,23 @@
 #include <memory>
 
 #include "app/Settings.h"
+#include "app/Startup.h"
 #include "app/qt/MainWindow.h"
 #include "platform/Clock.h"
 #include "platform/StopSignals.h"
 
 namespace quorvel {
+namespace {
+
+// The installed icon; run from the build tree, the one the build rendered.
+QIcon ProgramIcon() {
+  const QIcon installed = QIcon::fromTheme("quorvel");
+  if (!installed.isNull()) return installed;
+  const QString built = QString::fromStdString(ProgramDirectory()) + "../icons/48x48/quorvel.png";
+  return QFile::exists(built) ? QIcon(built) : installed;
+}
+
+}  // namespace
 
 int RunDesktop(int& argc, char** argv, FirstCopy& first) {
   // Blocked before the toolkit starts its threads, which inherit the mask, so
@@ -22,7 +35,7 @@ int RunDesktop(int& argc, char** argv, FirstCopy& first) {
   app.setApplicationName("Quorvel");
   // The installed icon and desktop entry, where the program is installed.
   app.setDesktopFileName("quorvel");
-  app.setWindowIcon(QIcon::fromTheme("quorvel"));
+  app.setWindowIcon(ProgramIcon());
   std::unique_ptr<platform::SettingsStore> store = platform::OpenUserSettings();
   if (!store) {
     // Without a place for settings the program still runs; it forgets them.

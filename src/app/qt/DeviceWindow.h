@@ -19,6 +19,8 @@ class DeviceWindow : public QWidget {
   frmQuorvel& Core() const { return window_; }
   PanelWidget& Panel() const { return *panel_; }
   QLabel& Statistics() const { return *statistics_; }
+  // Why the value being typed was refused; hidden while nothing is.
+  QLabel& Refusal() const { return *refusal_; }
   // Caption and statistics line as the core holds them now.
   void Refresh();
 
@@ -26,6 +28,7 @@ class DeviceWindow : public QWidget {
   frmQuorvel& window_;
   PanelWidget* panel_;
   QLabel* statistics_;
+  QLabel* refusal_;
 };
 
 }  // namespace quorvel

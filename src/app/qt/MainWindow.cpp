@@ -71,7 +71,8 @@ MainWindow::MainWindow(platform::Clock& clock, platform::PortMap portMap, platfo
   connect(&refresh_, &QTimer::timeout, this, [this] { SyncView(); });
   refresh_.start();
   SetMsgBoxSink([this](const std::string& text) {
-    QMessageBox::information(this, QString::fromStdString(Globals().ProgramTitle), QString::fromStdString(text));
+    // Every box here reports something that went wrong.
+    QMessageBox::warning(this, QString::fromStdString(Globals().ProgramTitle), QString::fromStdString(text));
   });
   SetShowMsgSink([this](const std::string& text) {
     if (!message_) message_ = new MessageWindow(this);
@@ -96,6 +97,9 @@ MainWindow::MainWindow(platform::Clock& clock, platform::PortMap portMap, platfo
 }
 
 MainWindow::~MainWindow() {
+  // Sub-windows going away activate others; the menus are not rebuilt over
+  // views half gone.
+  area_->disconnect(this);
   // The panels watch their windows' cores: they go first.
   for (auto& [core, view] : views_) {
     view->disconnect(this);
@@ -115,7 +119,9 @@ void MainWindow::Load(const std::string& commandLine) {
   LoadStartupSettings(
       store_, *this,
       {static_cast<float>(twips.ToTwips(available.width())), static_cast<float>(twips.ToTwips(available.height()))});
-  setGeometry(ToPixels(Placement));
+  // Saved on a larger screen, or a screen since unplugged: kept on this one.
+  setGeometry(FitScreen(ToPixels(Placement)));
+  Placement = ToTwips(geometry());
   framePlaced_ = Placement;
   SetCodePage(UserCodePage(store_));
   Guarded(*this, [&] { OpenCommandLine(*this, commandLine); });
@@ -144,6 +150,16 @@ void MainWindow::Command(const std::function<void()>& run) {
   SyncView();
 }
 
+QRect MainWindow::FitScreen(const QRect& wanted) const {
+  const QScreen* shown = screen();
+  if (!shown) return wanted;
+  const QRect room = shown->availableGeometry();
+  QRect fitted(wanted.topLeft(), wanted.size().boundedTo(room.size()));
+  fitted.moveLeft(std::clamp(fitted.left(), room.left(), room.right() - fitted.width() + 1));
+  fitted.moveTop(std::clamp(fitted.top(), room.top(), room.bottom() - fitted.height() + 1));
+  return fitted;
+}
+
 QRect MainWindow::ToPixels(const WindowPlacement& place) const {
   const Twips twips = Twips::ForScreen(screen());
   return twips.ToRect(static_cast<std::int32_t>(place.Left), static_cast<std::int32_t>(place.Top),
@@ -161,7 +177,7 @@ void MainWindow::SyncPlacements() {
     if (Placement != framePlaced_) {
       // A session gives the frame's size; it stays where it is.
       const QRect wanted = ToPixels(Placement);
-      resize(wanted.size());
+      resize(FitScreen(QRect(pos(), wanted.size())).size());
     } else {
       Placement = ToTwips(geometry());
     }
@@ -187,9 +203,9 @@ void MainWindow::SyncView() {
   // The recent lists show in the File menu: a change rebuilds the bar.
   std::vector<std::string> recent = Globals().RecentFiles;
   recent.insert(recent.end(), Globals().RecentSessions.begin(), Globals().RecentSessions.end());
-  if (recent != shownRecent_) {
+  if (recent != shownRecent_ || ActiveCore() != menus_.Window()) {
     shownRecent_ = recent;
-    menus_.Build(menus_.Window());
+    menus_.Build(ActiveCore());
   } else {
     menus_.Refresh();
   }
@@ -219,13 +235,28 @@ QMdiSubWindow* MainWindow::AddView(frmQuorvel& window) {
   });
   const QSize wanted = view->sizeHint();
   sub->resize(wanted.boundedTo(area_->size().expandedTo(QSize(320, 240))));
+  // Showing activates it: the frame must know whose view it is by then, or
+  // the menu bar is built for no window.
+  views_[core] = sub;
   sub->show();
   return sub;
 }
 
+void MainWindow::Activate(frmQuorvel& window) {
+  const auto found = views_.find(&window);
+  if (found != views_.end()) area_->setActiveSubWindow(found->second);
+}
+
+frmQuorvel* MainWindow::ActiveCore() const {
+  const QMdiSubWindow* active = area_->activeSubWindow();
+  for (const auto& [window, sub] : views_)
+    if (sub == active) return window;
+  return nullptr;
+}
+
 void MainWindow::SyncWindows() {
   for (const auto& core : Devices())
-    if (!views_.count(core.get())) views_[core.get()] = AddView(*core);
+    if (!views_.count(core.get())) AddView(*core);
   for (auto it = views_.begin(); it != views_.end();) {
     const bool alive =
         std::any_of(Devices().begin(), Devices().end(), [&](const auto& core) { return core.get() == it->first; });
@@ -308,10 +339,7 @@ bool MainWindow::eventFilter(QObject* watched, QEvent* event) {
 }
 
 void MainWindow::ActiveChanged() {
-  QMdiSubWindow* active = area_->activeSubWindow();
-  frmQuorvel* core = nullptr;
-  for (const auto& [window, sub] : views_)
-    if (sub == active) core = window;
+  frmQuorvel* core = ActiveCore();
   if (core != menus_.Window() || !core) menus_.Build(core);
 }
 
@@ -333,6 +361,12 @@ TrafficWindow* MainWindow::OpenTraffic(int com) {
   window->raise();
   window->activateWindow();
   return window;
+}
+
+void MainWindow::SetPortPath(int com, const std::string& path) {
+  frmQuorvelMain::SetPortPath(com, path);
+  if (PortPath(com) == path && !SavePortPath(store_, com, path))
+    MsgBox("The path of COM" + std::to_string(com) + " could not be kept in the settings.");
 }
 
 void MainWindow::ShowUserWrite(frmQuorvel& window, const ElementCollection& elements,
@@ -383,7 +417,10 @@ void MainWindow::OpenCompanion(const std::string& file) {
     MsgBox("File not found: " + path.toStdString());
     return;
   }
-  QDesktopServices::openUrl(QUrl::fromLocalFile(path));
+  // Without a program for the file type the desktop opens nothing and says
+  // nothing; the user is told where the file is instead.
+  if (!QDesktopServices::openUrl(QUrl::fromLocalFile(path)))
+    MsgBox("No program is set up to open " + path.toStdString() + "\nOpen the file with a viewer of your choice.");
 }
 
 void MainWindow::RunFrameCommand(FrameCommand command, int index) {
@@ -455,6 +492,7 @@ void MainWindow::closeEvent(QCloseEvent* event) {
   Minimized = isMinimized();
   if (!Minimized) Placement = ToTwips(geometry());
   closing_ = true;
+  area_->disconnect(this);
   StopService();
   refresh_.stop();
   // Views before the cores they show; then the frame's own unload.

@@ -46,6 +46,8 @@ class MainWindow : public QMainWindow, public frmQuorvelMain {
   void Command(const std::function<void()>& run);
   void SaveSessionMain();
 
+  // Makes `window`'s sub-window the active one.
+  void Activate(frmQuorvel& window);
   // The device windows on screen, in the core's order.
   std::vector<DeviceWindow*> Views() const;
   QMdiArea& Area() const { return *area_; }
@@ -64,6 +66,8 @@ class MainWindow : public QMainWindow, public frmQuorvelMain {
   void OpenCOM() override;
   // The Traffic window of port `com`, opened or brought to the front.
   TrafficWindow* OpenTraffic(int com);
+  // Also kept in the settings for the next run and for quorvel-cli.
+  void SetPortPath(int com, const std::string& path) override;
 
   // How the desktop asks a yes/no/cancel question and picks files; tests
   // replace them.
@@ -92,6 +96,8 @@ class MainWindow : public QMainWindow, public frmQuorvelMain {
   void Serve();
   void StopService();
   void ActiveChanged();
+  // The core of the active sub-window; nullptr when none is active.
+  frmQuorvel* ActiveCore() const;
   QMdiSubWindow* AddView(frmQuorvel& window);
   void OpenCompanion(const std::string& file);
   // Places in twips follow the screen and the screen follows the core: a
@@ -99,6 +105,8 @@ class MainWindow : public QMainWindow, public frmQuorvelMain {
   // place on screen is recorded for the next session file.
   void SyncPlacements();
   QRect ToPixels(const WindowPlacement& place) const;
+  // `wanted` made to fit the screen's available area, moved before shrunk.
+  QRect FitScreen(const QRect& wanted) const;
   WindowPlacement ToTwips(const QRect& rect) const;
 
   platform::SettingsStore& store_;

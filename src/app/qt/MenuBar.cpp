@@ -1,8 +1,11 @@
 #include "app/qt/MenuBar.h"
 
+#include <QActionGroup>
+#include <QKeySequence>
 #include <QMenu>
 
 #include "app/RecentLists.h"
+#include "app/qt/DeviceWindow.h"
 #include "app/qt/MainWindow.h"
 #include "project/CodePage.h"
 
@@ -22,6 +25,8 @@ void MenuBar::Build(frmQuorvel* window) {
   window_ = window;
   bound_.clear();
   shown_.clear();
+  tipped_.clear();
+  listed_.clear();
   bar_.clear();
   if (window) {
     frmQuorvel& w = *window;
@@ -31,14 +36,22 @@ void MenuBar::Build(frmQuorvel* window) {
     Add(*connection, nullptr, "&Disconnect All", [&w] { w.mnuDisconnectAll_Click(); });
     // The line above the port list shows only while some port is listed.
     shown_.push_back({connection->addSeparator(), &w.menus.mnuConnection1});
-    for (int com = 1; com <= 16; ++com) Add(*connection, &w.menus.mnuCOM[com], {}, [&w, com] { w.mnuCOM_Click(com); });
+    connection->setToolTipsVisible(true);
+    for (int com = 1; com <= 16; ++com) {
+      QAction* port = Add(*connection, &w.menus.mnuCOM[com], {}, [&w, com] { w.mnuCOM_Click(com); });
+      tipped_.push_back({port, &w.menus.mnuCOMToolTip[static_cast<std::size_t>(com)]});
+    }
     connection->addSeparator();
     Add(*connection, nullptr, "&Find COM", [&w] { w.mnuFindCOM_Click(); });
     Add(*connection, nullptr, "COM &Parameters...", [&w] { w.mnuCOMParameters_Click(); });
     Add(*connection, nullptr, "&Traffic...", [this, &w] { main_.OpenTraffic(w.COM()); });
 
     QMenu* mode = bar_.addMenu("&Mode");
-    for (int m = 1; m <= 3; ++m) Add(*mode, &w.menus.mnuMode[m], {}, [&w, m] { w.mnuMode_Click(m); });
+    // One mode at a time: drawn as radio items. The check itself stays the
+    // core's, so the group does not switch them.
+    auto* modes = new QActionGroup(mode);
+    modes->setExclusionPolicy(QActionGroup::ExclusionPolicy::None);
+    for (int m = 1; m <= 3; ++m) modes->addAction(Add(*mode, &w.menus.mnuMode[m], {}, [&w, m] { w.mnuMode_Click(m); }));
     mode->addSeparator();
     QAction* settings = Add(*mode, &w.menus.mnuSettings, {}, [&w] { w.mnuSettings_Click(); });
     settings->setCheckable(false);
@@ -64,6 +77,7 @@ void MenuBar::Build(frmQuorvel* window) {
     Add(*arrange, nullptr, "&Cascade", [&w] { w.mnuCascade_Click(); });
     Add(*arrange, nullptr, "Tile &Horizontally", [&w] { w.mnuTileHorizontally_Click(); });
     Add(*arrange, nullptr, "Tile &Vertically", [&w] { w.mnuTileVertically_Click(); });
+    AddWindowList(*arrange);
   }
   AddFileMenu(window);
   AddHelpMenu(window);
@@ -79,7 +93,7 @@ void MenuBar::AddFileMenu(frmQuorvel* window) {
       window->mnuOpen_Click();
     else
       main_.RunFrameCommand(FrameCommand::Open, 0);
-  });
+  })->setShortcut(QKeySequence::Open);
   PublicVeriables& globals = main_.Globals();
   const std::vector<std::string> files = ShowRecentFiles(globals);
   const std::vector<std::string> sessions = ShowRecentSessions(globals);
@@ -101,7 +115,8 @@ void MenuBar::AddFileMenu(frmQuorvel* window) {
   }
   if (window) {
     file->addSeparator();
-    Add(*file, nullptr, "&Save Session...", [window] { window->mnuSaveSession_Click(); });
+    Add(*file, nullptr, "&Save Session...", [window] { window->mnuSaveSession_Click(); })
+        ->setShortcut(QKeySequence::Save);
   }
   file->addSeparator();
   // Projects opened from now on read their texts in the chosen code page.
@@ -111,7 +126,21 @@ void MenuBar::AddFileMenu(frmQuorvel* window) {
     page->setCheckable(true);
     page->setChecked(number == main_.ProjectCodePage().Number());
   }
-  Add(*file, nullptr, "E&xit", [this] { main_.close(); });
+  Add(*file, nullptr, "E&xit", [this] { main_.close(); })->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
+}
+
+void MenuBar::AddWindowList(QMenu& menu) {
+  // The open windows, as desktop programs list them; the active one checked.
+  const std::vector<DeviceWindow*> views = main_.Views();
+  if (!views.empty()) menu.addSeparator();
+  for (std::size_t i = 0; i < views.size(); ++i) {
+    frmQuorvel* core = &views[i]->Core();
+    QAction* item = menu.addAction(QString());
+    item->setCheckable(true);
+    item->setChecked(core == window_);
+    QObject::connect(item, &QAction::triggered, &main_, [this, core] { main_.Activate(*core); });
+    listed_.push_back({item, core, static_cast<int>(i + 1)});
+  }
 }
 
 void MenuBar::AddHelpMenu(frmQuorvel* /*window*/) {
@@ -134,6 +163,16 @@ void MenuBar::Refresh() {
   }
   for (const Bound& bound : shown_)
     if (bound.action->isVisible() != bound.item->Visible) bound.action->setVisible(bound.item->Visible);
+  // Captions change as windows connect and change port.
+  for (const Listed& listed : listed_) {
+    QString caption = QString::fromStdString(listed.window->Caption());
+    if (listed.number <= 9) caption = QString("&%1 %2").arg(listed.number).arg(caption);
+    if (listed.action->text() != caption) listed.action->setText(caption);
+  }
+  for (const auto& [action, tip] : tipped_) {
+    const QString text = QString::fromStdString(*tip);
+    if (action->toolTip() != text) action->setToolTip(text);
+  }
 }
 
 }  // namespace quorvel

@@ -5,6 +5,8 @@
 // visibility come from the core's menu state; the bar only mirrors them.
 
 #include <functional>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include <QMenuBar>
@@ -29,6 +31,7 @@ class MenuBar {
   QAction* Add(QMenu& menu, const MenuItem* item, const QString& caption, std::function<void()> run);
   void AddFileMenu(frmQuorvel* window);
   void AddHelpMenu(frmQuorvel* window);
+  void AddWindowList(QMenu& menu);
 
   struct Bound {
     QAction* action;
@@ -40,6 +43,13 @@ class MenuBar {
   std::vector<Bound> bound_;
   // Items whose visibility alone follows the core: separators and submenus.
   std::vector<Bound> shown_;
+  std::vector<std::pair<QAction*, const std::string*>> tipped_;
+  struct Listed {
+    QAction* action;
+    frmQuorvel* window;
+    int number;
+  };
+  std::vector<Listed> listed_;
 };
 
 }  // namespace quorvel

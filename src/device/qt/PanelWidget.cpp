@@ -98,6 +98,7 @@ void PanelWidget::KeyDown(int key) {
 
 void PanelWidget::ShowEntryBox(bool opening) {
   const EntryBox& box = window_.tbInput;
+  if (onRefusal_) onRefusal_(box.Visible ? QString::fromStdString(box.Refusal) : QString());
   if (!box.Visible) {
     editor_->hide();
     return;

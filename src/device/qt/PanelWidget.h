@@ -6,6 +6,7 @@
 // Enter and Escape to the window, whose model decides what they do; it then
 // shows the edit box as the model describes it.
 
+#include <functional>
 #include <map>
 #include <string_view>
 
@@ -34,6 +35,9 @@ class PanelWidget : public QWidget, private PanelObserver {
   // The view of member `index` of control array `name`, or nullptr.
   ControlView* ViewOf(std::string_view name, int index) const;
   EntryEdit& tbInput() const { return *editor_; }
+  // Told why the value typed was refused each time the edit box changes;
+  // empty when nothing is refused (or the box closed).
+  void OnRefusal(std::function<void(const QString&)> show) { onRefusal_ = std::move(show); }
 
   QSize sizeHint() const override;
 
@@ -51,6 +55,7 @@ class PanelWidget : public QWidget, private PanelObserver {
   Twips twips_;
   std::map<const PanelControl*, ControlView*> views_;
   EntryEdit* editor_;
+  std::function<void(const QString&)> onRefusal_;
 };
 
 }  // namespace quorvel

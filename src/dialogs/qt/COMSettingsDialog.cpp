@@ -30,6 +30,16 @@ QComboBox* List(const QStringList& items, QWidget* parent) {
   return box;
 }
 
+// Replaces the items only when they differ: clearing a list resets its
+// selection and the text typed into it.
+void SetItems(QComboBox& box, const QStringList& items) {
+  QStringList shown;
+  for (int i = 0; i < box.count(); ++i) shown << box.itemText(i);
+  if (shown == items) return;
+  box.clear();
+  box.addItems(items);
+}
+
 void Select(QComboBox& box, const std::string& text) {
   box.setCurrentIndex(box.findText(QString::fromStdString(text)));
 }
@@ -51,6 +61,15 @@ COMSettingsDialog::COMSettingsDialog(frmCOMSettings& model, QWidget* parent) : Q
 void COMSettingsDialog::BuildControls() {
   cmbCOM_ = new QComboBox(this);
   chkAvailable_ = new QCheckBox(QStringLiteral("Show a&vailable"), this);
+  cmbPath_ = new QComboBox(this);
+  cmbPath_->setEditable(true);
+  cmbPath_->setInsertPolicy(QComboBox::NoInsert);
+  // Room for a by-id name, which is long.
+  cmbPath_->setMinimumContentsLength(44);
+  cmbPath_->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+  cmbPath_->setToolTip(
+      QStringLiteral("The device this port stands for, kept for the next time it opens. The names under "
+                     "/dev/serial/by-id stay with an adapter when it is plugged in elsewhere."));
   cmbBaudRate_ = List(ListOf(frmCOMSettings::kBaudRates), this);
   cmbBaudRate_->setEditable(true);
   // A typed rate is the user's, not an item to add to the list.
@@ -94,10 +113,14 @@ void COMSettingsDialog::BuildControls() {
   auto* grid = new QGridLayout;
   AddCaptionedRow(*grid, 0, "&Port:", cmbCOM_);
   grid->addWidget(chkAvailable_, 0, 2);
-  AddCaptionedRow(*grid, 1, "&Baud rate:", cmbBaudRate_);
-  AddCaptionedRow(*grid, 2, "Pa&rity:", cmbParity_);
-  AddCaptionedRow(*grid, 3, "St&op bits:", cmbStopBits_);
-  AddCaptionedRow(*grid, 4, "T&iming:", cmbTiming_);
+  auto* pathCaption = new QLabel(QStringLiteral("Pat&h:"), this);
+  pathCaption->setBuddy(cmbPath_);
+  grid->addWidget(pathCaption, 1, 0);
+  grid->addWidget(cmbPath_, 1, 1, 1, 2);
+  AddCaptionedRow(*grid, 2, "&Baud rate:", cmbBaudRate_);
+  AddCaptionedRow(*grid, 3, "Pa&rity:", cmbParity_);
+  AddCaptionedRow(*grid, 4, "St&op bits:", cmbStopBits_);
+  AddCaptionedRow(*grid, 5, "T&iming:", cmbTiming_);
   grid->setColumnStretch(2, 1);
 
   auto* lines = new QHBoxLayout;
@@ -129,6 +152,7 @@ void COMSettingsDialog::Connect() {
   });
   const auto store = [this] { StoreControls(); };
   connect(cmbBaudRate_, &QComboBox::editTextChanged, this, store);
+  connect(cmbPath_, &QComboBox::editTextChanged, this, store);
   connect(cmbParity_, &QComboBox::currentIndexChanged, this, store);
   connect(cmbStopBits_, &QComboBox::currentIndexChanged, this, store);
   // Of the two framing buttons only the one switched on speaks.
@@ -159,6 +183,7 @@ void COMSettingsDialog::ShowForm(int com) {
 void COMSettingsDialog::StoreControls() {
   if (refreshing_) return;
   model_.cmbBaudRate = cmbBaudRate_->currentText().toStdString();
+  model_.cmbPath = cmbPath_->currentText().trimmed().toStdString();
   model_.cmbParity = cmbParity_->currentText().toStdString();
   model_.cmbStopBits = cmbStopBits_->currentText().toStdString();
   model_.optRTU = optRTU_->isChecked();
@@ -174,15 +199,12 @@ void COMSettingsDialog::StoreControls() {
 
 void COMSettingsDialog::Refresh() {
   refreshing_ = true;
-  const QStringList ports = ListOf(model_.cmbCOM);
-  QStringList shown;
-  for (int i = 0; i < cmbCOM_->count(); ++i) shown << cmbCOM_->itemText(i);
-  if (shown != ports) {
-    cmbCOM_->clear();
-    cmbCOM_->addItems(ports);
-  }
+  SetItems(*cmbCOM_, ListOf(model_.cmbCOM));
   cmbCOM_->setCurrentIndex(model_.cmbCOM_ListIndex);
   chkAvailable_->setChecked(model_.chkAvailable);
+  SetItems(*cmbPath_, ListOf(model_.cmbPath_List));
+  const QString path = QString::fromStdString(model_.cmbPath);
+  if (cmbPath_->currentText().trimmed() != path) cmbPath_->setEditText(path);
   // Rewriting the text the user is typing would move the cursor under them.
   const QString baud = QString::fromStdString(model_.cmbBaudRate);
   if (cmbBaudRate_->currentText() != baud) cmbBaudRate_->setEditText(baud);

@@ -31,6 +31,7 @@ class COMSettingsDialog : public QDialog {
   // The controls, for the frame that wires them and for tests.
   QComboBox& cmbCOM() const { return *cmbCOM_; }
   QCheckBox& chkAvailable() const { return *chkAvailable_; }
+  QComboBox& cmbPath() const { return *cmbPath_; }
   QComboBox& cmbBaudRate() const { return *cmbBaudRate_; }
   QComboBox& cmbParity() const { return *cmbParity_; }
   QComboBox& cmbStopBits() const { return *cmbStopBits_; }
@@ -59,6 +60,7 @@ class COMSettingsDialog : public QDialog {
   bool refreshing_ = false;
   QComboBox* cmbCOM_;
   QCheckBox* chkAvailable_;
+  QComboBox* cmbPath_;
   QComboBox* cmbBaudRate_;
   QComboBox* cmbParity_;
   QComboBox* cmbStopBits_;

@@ -1,0 +1,131 @@
+// A frame started without a file, then a project or session opened in each of
+// the ways the program offers: the window that comes up is the active one and
+// the menu bar is its own, not the bare frame's.
+
+#include <gtest/gtest.h>
+
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QMenuBar>
+#include <QTest>
+#include <filesystem>
+#include <future>
+
+#include "app/RecentLists.h"
+#include "app/qt/DeviceWindow.h"
+#include "app/qt/MainWindow.h"
+#include "platform/InstanceLink.h"
+#include "MenuTestSupport.h"
+
+namespace quorvel {
+namespace {
+
+const std::string kProject = std::string(QUORVEL_BIN_DIR) + "/Coriolis.qvc";
+const std::string kSession = std::string(QUORVEL_BIN_DIR) + "/Coriolis.qvs";
+
+struct OpeningWindows : ::testing::Test {
+  platform::SystemClock clock;
+  platform::MemorySettingsStore store;
+  std::unique_ptr<MainWindow> frame;
+
+  void SetUp() override {
+    frame = std::make_unique<MainWindow>(clock, platform::PortMap{}, store);
+    frame->SetMsgBoxSink([](const std::string& text) { ADD_FAILURE() << "message box: " << text; });
+    frame->Load("");
+    frame->show();
+    frame->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(frame.get()));
+    ASSERT_EQ(MenuTitles(), "&File|&Help");
+  }
+
+  std::string MenuTitles() const { return quorvel::MenuTitles(*frame->menuBar()); }
+
+  // The menu bar is the active window's, and the active window is the newest.
+  void ExpectNewestWindowsMenus() const {
+    ASSERT_FALSE(frame->Views().empty());
+    QMdiSubWindow* active = frame->Area().activeSubWindow();
+    ASSERT_NE(active, nullptr);
+    EXPECT_EQ(active->widget(), frame->Views().back());
+    EXPECT_EQ(frame->Menus().Window(), &frame->Views().back()->Core());
+    EXPECT_EQ(MenuTitles(), "C&onnection|&Mode|&Totaliser|&Service|&Window|&File|&Help");
+  }
+
+  void TriggerFileItem(const QString& text) {
+    QAction* item = FindMenuItem(*frame->menuBar(), "&File", text);
+    ASSERT_NE(item, nullptr) << text.toStdString();
+    item->trigger();
+  }
+};
+
+TEST_F(OpeningWindows, ARecentProject) {
+  AddRecentFile(frame->Globals(), kProject);
+  frame->SyncView();
+  TriggerFileItem(QString::fromStdString("&1 " + kProject));
+  ExpectNewestWindowsMenus();
+}
+
+TEST_F(OpeningWindows, FileOpenOfAProject) {
+  frame->ChooseOpenFile = [] { return QString::fromStdString(kProject); };
+  TriggerFileItem("&Open...");
+  ExpectNewestWindowsMenus();
+}
+
+TEST_F(OpeningWindows, ARecentSession) {
+  AddRecentSession(frame->Globals(), kSession);
+  frame->SyncView();
+  TriggerFileItem(QString::fromStdString("Session &1 " + kSession));
+  ASSERT_EQ(frame->Views().size(), 2u);
+  // The session's last window is a slave: no user menus.
+  QMdiSubWindow* active = frame->Area().activeSubWindow();
+  ASSERT_NE(active, nullptr);
+  EXPECT_EQ(frame->Menus().Window(), &static_cast<DeviceWindow*>(active->widget())->Core());
+  EXPECT_NE(MenuTitles(), "&File|&Help");
+}
+
+TEST_F(OpeningWindows, AProjectHandedOverByASecondCopy) {
+  const std::string dir = (std::filesystem::temp_directory_path() / ("quorvel-gui-link-" + std::to_string(getpid())))
+                              .string();
+  std::string error;
+  ASSERT_TRUE(platform::PrepareLinkDirectory(dir, error)) << error;
+  platform::InstanceClaim claim = platform::ClaimInstance(dir);
+  ASSERT_EQ(claim.role, platform::InstanceRole::First) << claim.error;
+  frame->ServeLink(std::move(claim.server));
+  std::future<bool> offered = std::async(std::launch::async, [&] { return platform::OfferName(dir, kProject); });
+  for (int waited = 0; waited < 5000 && frame->Views().empty(); waited += 10) QTest::qWait(10);
+  EXPECT_TRUE(offered.get());
+  ExpectNewestWindowsMenus();
+  frame.reset();
+  std::filesystem::remove_all(dir);
+}
+
+TEST_F(OpeningWindows, ShortcutsOpenSaveAndTheWindowList) {
+  int saves = 0;
+  frame->ChooseOpenFile = [] { return QString::fromStdString(kProject); };
+  frame->ChooseSaveFile = [&] {
+    ++saves;
+    return QString();
+  };
+  QTest::keyClick(frame.get(), Qt::Key_O, Qt::ControlModifier);
+  ASSERT_EQ(frame->Views().size(), 1u);
+  QTest::keyClick(frame.get(), Qt::Key_O, Qt::ControlModifier);
+  ASSERT_EQ(frame->Views().size(), 2u);
+  QTest::keyClick(frame.get(), Qt::Key_S, Qt::ControlModifier);
+  EXPECT_EQ(saves, 1);
+
+  // The Window menu lists both, the active (newest) one checked; choosing
+  // the first makes it active.
+  QStringList listed;
+  QAction* first = nullptr;
+  for (QAction* item : FindMenu(*frame->menuBar(), "&Window")->actions())
+    if (item->text().startsWith("&1 ") || item->text().startsWith("&2 ")) {
+      listed << item->text().left(2) + (item->isChecked() ? "*" : "");
+      if (item->text().startsWith("&1 ")) first = item;
+    }
+  EXPECT_EQ(listed.join(",").toStdString(), "&1,&2*");
+  ASSERT_NE(first, nullptr);
+  first->trigger();
+  EXPECT_EQ(frame->Menus().Window(), &frame->Views()[0]->Core());
+}
+
+}  // namespace
+}  // namespace quorvel
