@@ -187,6 +187,8 @@ struct SendCase {
   const char* printed;
 };
 
+void PrintTo(const SendCase& c, std::ostream* out) { *out << c.name; }
+
 class SendOnTheBus : public MonitorInterop, public testing::WithParamInterface<SendCase> {};
 
 TEST_P(SendOnTheBus, PrintsTheAnswerOrTimeout) {
