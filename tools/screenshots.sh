@@ -4,19 +4,20 @@
 #
 #   tools/screenshots.sh [BUILD_DIR [OUT_DIR]]      (build, docs/screenshots)
 #
-# The sample session runs over a virtual null-modem line: its Master window
-# polls the Slave window's emulated meter. The program is driven by its menu
-# keys and by double-clicks on window titles, so no window manager is needed. The pictures replace those in
-# OUT_DIR only when every one of them was taken.
+# It runs the demo (quorvel-cli demo), which starts the desktop program on a
+# virtual bus: the sample session's Master window polls the Slave window's
+# emulated meter, and a Monitor window listens. The program is driven by its
+# menu keys and by double-clicks on window titles, so no window manager is
+# needed. The pictures replace those in OUT_DIR only when every one of them
+# was taken.
 #
-# Environment: QUORVEL_PROGRAM runs another program in place of the desktop
-# program (to try the script), SCREENSHOT_WAIT bounds the wait for its window
-# in seconds (30), SCREENSHOT_SETTLE is the pause before a picture (3).
+# Environment: SCREENSHOT_WAIT bounds the wait for the program's window in
+# seconds (30), SCREENSHOT_SETTLE is the pause before a picture (3).
 set -euo pipefail
 
 build=${1:-build}
 out=${2:-docs/screenshots}
-program=${QUORVEL_PROGRAM:-$build/bin/quorvel}
+program=$build/bin/quorvel
 cli=$build/bin/quorvel-cli
 session=$build/bin/Coriolis.qvs
 wait_limit=${SCREENSHOT_WAIT:-30}
@@ -32,15 +33,16 @@ for tool in import xdotool; do
   command -v "$tool" >/dev/null || die "$tool is missing: make deps installs it"
 done
 [[ -x $cli && -f $session ]] || die "no build in $build: run make build first"
-[[ -x $program ]] || command -v "$program" >/dev/null || die "no program $program"
+[[ -x $program ]] || die "no program $program"
 
 work=$(mktemp -d)
-line_pid='' program_pid=''
+demo_pid='' program_pid=''
 
-# Everything this run started ends with it, however it ends.
+# Everything this run started ends with it, however it ends: the desktop
+# program first, whose end ends the demo.
 stop() {
   local pid
-  for pid in $program_pid $line_pid; do
+  for pid in $program_pid $demo_pid; do
     kill -TERM "$pid" 2>/dev/null || continue
     for _ in $(seq 50); do kill -0 "$pid" 2>/dev/null || break; sleep 0.1; done
     kill -KILL "$pid" 2>/dev/null || true
@@ -51,13 +53,13 @@ stop() {
 trap stop EXIT
 trap 'exit 130' INT TERM HUP
 
-# Stops the run when the line or the program has ended by itself.
+# Stops the run when the demo or the program has ended by itself.
 check_running() {
-  if ! kill -0 "$line_pid" 2>/dev/null; then
-    die "the virtual line ended $1: $(tail -n 5 "$work/line.log")"
+  if ! kill -0 "$demo_pid" 2>/dev/null; then
+    die "the demo ended $1: $(tail -n 5 "$work/demo.log")"
   fi
   if [[ -n $program_pid ]] && ! kill -0 "$program_pid" 2>/dev/null; then
-    die "the program ended $1: $(tail -n 5 "$work/program.log")"
+    die "the program ended $1: $(tail -n 5 "$work/demo.log")"
   fi
 }
 
@@ -77,14 +79,11 @@ until_ok() {
 # Settings (recent lists, window places) of this run stay in the scratch folder.
 export XDG_CONFIG_HOME=$work/config
 
-mkdir "$work/line"
-"$cli" nullmodem --link "$work/line" >"$work/line.log" 2>&1 &
-line_pid=$!
-until_ok 10 "virtual line" test -e "$work/line/COM2"
-export QUORVEL_PORTS="COM1=$work/line/COM1;COM2=$work/line/COM2"
-
-"$program" "$session" >"$work/program.log" 2>&1 &
-program_pid=$!
+"$cli" demo --session "$session" >"$work/demo.log" 2>&1 &
+demo_pid=$!
+desktop_pid() { pgrep -P "$demo_pid" -x quorvel; }
+has_desktop() { program_pid=$(desktop_pid) && [[ -n $program_pid ]]; }
+until_ok "$wait_limit" "desktop program from the demo" has_desktop
 main_window() { timeout 5 xdotool search --onlyvisible --name '^Quorvel' 2>/dev/null | head -n 1; }
 has_main_window() { [[ -n $(main_window) ]]; }
 until_ok "$wait_limit" "Quorvel window" has_main_window
@@ -133,16 +132,16 @@ shoot_window() {
   echo "screenshots: $name"
 }
 
-# The menu keys of the desktop program: Connection (Alt+O) > Connect All (A)
-# COM Parameters (P) and Traffic (T); Window (Alt+W) > Tile Vertically (V). The session
-# opens the Master window first: tiled, it is on the left.
-keys alt+o a
+# The menu keys of the desktop program: Connection (Alt+O) > COM Parameters
+# (P) and Traffic (T); Window (Alt+W) > Tile Vertically (V). The demo has
+# connected every window. Tiled, the three windows stand side by side in the
+# order they opened: Master, Slave, Monitor.
 keys alt+w v
 shoot frame.png
-title_double_click $((width / 4))
+title_double_click $((width / 6))
 shoot master.png
 keys alt+w v
-title_double_click $((width * 3 / 4))
+title_double_click $((width / 2))
 shoot slave.png
 keys alt+o p
 shoot com-settings.png

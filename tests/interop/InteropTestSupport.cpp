@@ -24,6 +24,11 @@ std::string ReadWhole(const fs::path& path) {
   return text.str();
 }
 
+std::size_t LineCount(const fs::path& file) {
+  const std::string text = ReadWhole(file);
+  return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
+}
+
 int DecodeStatus(int status) {
   if (WIFEXITED(status)) return WEXITSTATUS(status);
   if (WIFSIGNALED(status)) return 128 + WTERMSIG(status);
@@ -116,11 +121,19 @@ bool Child::WaitForLines(std::size_t lines, std::chrono::milliseconds limit) {
   const auto end = Clock::now() + limit;
   for (;;) {
     const bool running = Running();  // before reading, so that a last line written on the way out is seen
-    const std::string out = Out();
-    if (static_cast<std::size_t>(std::count(out.begin(), out.end(), '\n')) >= lines) return true;
+    if (LineCount(out_) >= lines) return true;
     if (!running || Clock::now() >= end) return false;
     std::this_thread::sleep_for(5ms);
   }
+}
+
+bool WaitForFileLines(const fs::path& file, std::size_t lines, std::chrono::milliseconds limit) {
+  const auto end = Clock::now() + limit;
+  while (LineCount(file) < lines) {
+    if (Clock::now() >= end) return false;
+    std::this_thread::sleep_for(5ms);
+  }
+  return true;
 }
 
 bool Child::WaitForOpen(const fs::path& device, std::chrono::milliseconds limit) {
@@ -164,6 +177,15 @@ NullModemCable::NullModemCable(const fs::path& dir, int baud, bool echo)
     : dir_(dir), child_(CableCommand(dir, baud, echo), dir, "nullmodem") {
   // The links are made before the two paths are printed.
   ready_ = child_.WaitForLines(2, 10s);
+}
+
+VirtualBus::VirtualBus(const fs::path& dir, int ends, int baud)
+    : dir_(dir),
+      child_({QuorvelCli(), "bus", "--ends", std::to_string(ends), "--baud", std::to_string(baud), "--link",
+              dir.string()},
+             dir, "bus") {
+  // As for the cable: linked first, then the paths printed, one a line.
+  ready_ = child_.WaitForLines(static_cast<std::size_t>(ends), 10s);
 }
 
 std::string QuorvelCli() { return QUORVEL_BIN_DIR "/quorvel-cli"; }

@@ -98,6 +98,26 @@ class NullModemCable {
   bool ready_ = false;
 };
 
+// `quorvel-cli bus --ends N --baud B --link DIR`: ends 1 .. N in DIR, every
+// one hearing what each of the others sends.
+class VirtualBus {
+ public:
+  VirtualBus(const fs::path& dir, int ends, int baud);
+  bool Ready() const { return ready_; }
+  std::string Problem() const { return Report(child_); }
+  fs::path End(int n) const { return dir_ / std::to_string(n); }
+  // The device behind an end, for Child::WaitForOpen.
+  fs::path Device(int n) const { return fs::canonical(End(n)); }
+
+ private:
+  fs::path dir_;
+  Child child_;
+  bool ready_ = false;
+};
+
+// Waits until the file holds `lines` complete lines; false if the time runs out.
+bool WaitForFileLines(const fs::path& file, std::size_t lines, std::chrono::milliseconds limit);
+
 // Paths of the programs under test and of the peers; a peer that is missing
 // comes back with an empty path and the reason in `missing`.
 std::string QuorvelCli();

@@ -13,6 +13,7 @@
 #include <nlohmann/json.hpp>
 #include <thread>
 
+#include "InteropMap.h"
 #include "InteropTestSupport.h"
 
 namespace quorvel::interop {
@@ -106,26 +107,6 @@ std::vector<Case> EveryTiming(std::initializer_list<Peer> peers) {
     for (const Line& line : {kClassic, kStandard, kFast}) cases.push_back({peer, line});
   return cases;
 }
-
-// The servers' map (modbus_rtu_server.cpp) as InteropMaster.json's elements
-// show it, worked out by hand.
-const std::map<std::string, std::string> kExpectedTexts = {
-    {"HR0000", "-1 234"},          // FB2E as a signed Integer
-    {"HR0001", "64 302"},          // FB2E Unsigned
-    {"HR0002", "3.25"},            // Float 0x40500000, registers 0000 4050
-    {"HR0004", "-1.50"},           // Float 0xBFC00000 Swapped, registers BFC0 0000
-    {"HR0006", "BEEFh"},           // Hex
-    {"HR0007", "-1 234 567 890"},  // Long 0xB669FD2E, registers FD2E B669
-    {"HR0009", "25.0"},            // 250 scaled by 0.1
-    {"IR0000", "2 023"},           // 07E7
-    {"IR0001", "1234h"},           // Hex input register
-    {"C 0000", "1"},               // coils 0..7 are A5: 1 0 1 0 0 1 0 1
-    {"C 0001", "0"},
-    {"C 0002", "1"},
-    {"C 0007", "1"},
-    {"DI0000", "0"},  // discrete inputs 0..1: 0 1
-    {"DI0001", "1"},
-};
 
 // Runs the device on COM2 of a cable of its own and our master on COM1 for 2 s,
 // leaving our master's window (and our slave's, when the device is ours).

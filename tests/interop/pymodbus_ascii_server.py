@@ -1,8 +1,8 @@
 #!/usr/bin/python3
-"""A Modbus ASCII device built on pymodbus, serving the same fixed map as
-modbus_rtu_server.cpp until it is killed.
+"""A Modbus device built on pymodbus, serving the same fixed map as
+modbus_rtu_server.cpp until it is killed: ASCII, or RTU with --rtu.
 
-    pymodbus_ascii_server.py TTY BAUD SLAVE_ID
+    pymodbus_ascii_server.py [--rtu] TTY BAUD SLAVE_ID
 
 The line is 8 data bits, no parity, 1 stop bit: a pseudo-terminal keeps 8 data
 bits and no parity whatever it is asked for, and pyserial's setting of 7E1
@@ -16,7 +16,7 @@ import sys
 
 from pymodbus.datastore import ModbusSequentialDataBlock, ModbusServerContext, ModbusSlaveContext
 from pymodbus.server import StartAsyncSerialServer
-from pymodbus.transaction import ModbusAsciiFramer
+from pymodbus.transaction import ModbusAsciiFramer, ModbusRtuFramer
 
 HOLDING = [0xFB2E, 0xFB2E, 0x0000, 0x4050, 0xBFC0, 0x0000, 0xBEEF, 0xFD2E, 0xB669, 0x00FA]
 INPUT = [0x07E7, 0x1234]
@@ -24,7 +24,7 @@ COILS = [True, False, True, False, False, True, False, True]
 DISCRETE = [False, True]
 
 
-async def serve(tty, baud, slave_id):
+async def serve(framer, tty, baud, slave_id):
     device = ModbusSlaveContext(
         hr=ModbusSequentialDataBlock(0, HOLDING),
         ir=ModbusSequentialDataBlock(0, INPUT),
@@ -35,7 +35,7 @@ async def serve(tty, baud, slave_id):
     context = ModbusServerContext(slaves={slave_id: device}, single=False)
     server = await StartAsyncSerialServer(
         context=context,
-        framer=ModbusAsciiFramer,
+        framer=framer,
         port=tty,
         baudrate=baud,
         bytesize=8,
@@ -51,9 +51,13 @@ async def serve(tty, baud, slave_id):
 
 
 def main():
-    if len(sys.argv) != 4:
-        sys.exit("usage: pymodbus_ascii_server.py TTY BAUD SLAVE_ID")
-    asyncio.run(serve(sys.argv[1], int(sys.argv[2]), int(sys.argv[3])))
+    args = sys.argv[1:]
+    framer = ModbusAsciiFramer
+    if args and args[0] == "--rtu":
+        framer, args = ModbusRtuFramer, args[1:]
+    if len(args) != 3:
+        sys.exit("usage: pymodbus_ascii_server.py [--rtu] TTY BAUD SLAVE_ID")
+    asyncio.run(serve(framer, args[0], int(args[1]), int(args[2])))
 
 
 if __name__ == "__main__":
