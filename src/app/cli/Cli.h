@@ -35,6 +35,9 @@ int RunRun(const Args& args, Io& io);
 int RunDump(const Args& args, Io& io);
 int RunBuild(const Args& args, Io& io);
 
+// A project from a register list (CSV) or from address ranges.
+int RunNew(const Args& args, Io& io);
+
 // Forwards between two new pseudo-terminals until SIGINT, SIGTERM or SIGHUP.
 int RunNullModem(const Args& args, Io& io);
 

@@ -30,6 +30,12 @@ const std::map<std::string, CommandEntry>& Commands() {
       {"encode", {RunEncode, "encode CODE TEXT [--format F] [--k K] [--x0 X]"}},
       {"dump", {RunDump, "dump FILE.qvc [--codepage N]"}},
       {"build", {RunBuild, "build FILE.json -o FILE.qvc [--codepage N]"}},
+      {"new",
+       {RunNew,
+        "new LIST.csv|--range TABLE:FIRST-LAST[:TYPE][:swapped]... -o FILE.qvc [--title T] [--codepage N] "
+        "[--period MS]\n"
+        "      (CSV columns: label,table,address,type,order,format,k,x0,writable; types: int16, uint16, int32, "
+        "uint32,\n       float32, float64, hex16, hex32, bin16, bin8, hi8, lo8, bits:N)"}},
       {"monitor",
        {RunMonitor, "monitor [--map COMn=PATH] [--com N] [--line SPEC] [--timing T] [--seconds S] [--json]"}},
       {"send",
