@@ -50,6 +50,9 @@ int RunMonitor(const Args& args, Io& io);
 // Sends one frame typed by hand and prints the answer.
 int RunSend(const Args& args, Io& io);
 
+// Asks every slave id on a line and prints those that answer.
+int RunScan(const Args& args, Io& io);
+
 // The sample session on a virtual null-modem line, printed once a second.
 int RunDemo(const Args& args, Io& io);
 

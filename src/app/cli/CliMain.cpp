@@ -40,6 +40,10 @@ const std::map<std::string, CommandEntry>& Commands() {
        {RunMonitor, "monitor [--map COMn=PATH] [--com N] [--line SPEC] [--timing T] [--seconds S] [--json]"}},
       {"send",
        {RunSend, "send [--map COMn=PATH] [--com N] [--line SPEC] [--timing T] [--timeout MS] [--no-crc] HEXBYTES..."}},
+      {"scan",
+       {RunScan,
+        "scan [--map COMn=PATH] [--com N] [--line SPEC] [--timing T] [--ids 1-247] [--timeout MS] "
+        "[--bauds 9600,19200,...]"}},
       {"bus", {RunBus, "bus --ends N [--baud B] [--drop K] [--flip K] [--noise K] [--echo] [--link DIR]"}},
       {"nullmodem", {RunNullModem, "nullmodem [--baud B] [--drop N] [--flip N] [--noise N] [--echo] [--link DIR]"}},
   };
