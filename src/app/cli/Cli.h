@@ -35,6 +35,9 @@ int RunRun(const Args& args, Io& io);
 int RunDump(const Args& args, Io& io);
 int RunBuild(const Args& args, Io& io);
 
+// A project from a register list (CSV) or from address ranges.
+int RunNew(const Args& args, Io& io);
+
 // Forwards between two new pseudo-terminals until SIGINT, SIGTERM or SIGHUP.
 int RunNullModem(const Args& args, Io& io);
 
@@ -46,6 +49,9 @@ int RunMonitor(const Args& args, Io& io);
 
 // Sends one frame typed by hand and prints the answer.
 int RunSend(const Args& args, Io& io);
+
+// Asks every slave id on a line and prints those that answer.
+int RunScan(const Args& args, Io& io);
 
 // The sample session on a virtual null-modem line, printed once a second.
 int RunDemo(const Args& args, Io& io);

@@ -1,0 +1,95 @@
+// A project made by `quorvel-cli new` from a register list polls a pymodbus
+// device: every listed value arrives as the device's fixed map and the list's
+// types say, without a failed transaction.
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <nlohmann/json.hpp>
+
+#include "InteropTestSupport.h"
+
+namespace quorvel::interop {
+namespace {
+
+// The map of pymodbus_ascii_server.py read through every register type.
+constexpr const char* kList =
+    "label,table,address,type,order,format,k,x0,writable\n"
+    "signed,HR,0,int16\n"
+    "unsigned,HR,1,uint16\n"
+    "float,HR,2,float32\n"
+    "float swapped,HR,4,float32,swapped\n"
+    "hex,HR,6,hex16\n"
+    "high byte,HR,6,hi8\n"
+    "low byte,HR,6,lo8\n"
+    "long,HR,7,int32\n"
+    "unsigned long,HR,7,uint32\n"
+    "hex long,HR,7,hex32\n"
+    "scaled,HR,9,int16,,0.0,0.1\n"
+    "bits of a byte,HR,9,bin8\n"
+    "year,IR,0,uint16\n"
+    "code,IR,1,hex16\n"
+    "coils,C,0,bits:8\n"
+    "coil 2,C,2\n"
+    "inputs,DI,0,bits:2\n";
+
+// Worked out by hand from the server's map.
+const std::vector<std::string> kExpected = {
+    "-1 234",          // FB2E
+    "64 302",          // FB2E unsigned
+    "3.25",            // 0000 4050: 0x40500000
+    "-1.50",           // BFC0 0000 swapped: 0xBFC00000
+    "BEEFh",           //
+    "190",             // BE
+    "239",             // EF
+    "-1 234 567 890",  // FD2E B669: 0xB669FD2E
+    "3 060 399 406",   //
+    "B66A FD2Eh",      // hex text splits the signed value: the high word of a negative one shows one up
+    "25.0",            // 250 x 0.1
+    "1111 1010",       // FA
+    "2 023",           // 07E7
+    "1234h",           //
+    "1010 0101",       // coils 0..7: 1 0 1 0 0 1 0 1, coil 0 the least significant
+    "1",               // coil 2
+    "10",              // inputs 0..1: 0 1
+};
+
+TEST(NewProjectInterop, PollsAPymodbusDeviceWithEveryListedValue) {
+  TempDir dir;
+  std::string missing;
+  const std::string python = PythonPeer(missing);
+  ASSERT_FALSE(python.empty()) << missing;
+  const NullModemCable cable(dir.path(), 19200);
+  ASSERT_TRUE(cable.Ready()) << cable.Problem();
+
+  const fs::path list = dir.path() / "device.csv";
+  std::ofstream(list) << kList;
+  const fs::path project = dir.path() / "device.qvc";
+  const auto made =
+      RunToEnd({QuorvelCli(), "new", list.string(), "-o", project.string(), "--period", "200"}, dir.path(), "new", 30s);
+  ASSERT_TRUE(made && made->status == 0) << (made ? made->err : "new did not end");
+  const auto dumped = RunToEnd({QuorvelCli(), "dump", project.string()}, dir.path(), "dump", 30s);
+  ASSERT_TRUE(dumped && dumped->status == 0) << (dumped ? dumped->err : "dump did not end");
+  EXPECT_EQ(dumped->err, "");
+
+  Child device({python, SourceFile("pymodbus_ascii_server.py"), cable.Com2().string(), "19200", "7"}, dir.path(),
+               "device");
+  ASSERT_TRUE(device.WaitForLines(1, 20s)) << Report(device);
+  const auto run = RunToEnd({QuorvelCli(), "run", "--map", "COM1=" + cable.Com1().string(), "--seconds", "2", "--id",
+                             "7", "--line", "19200-8N1-ascii", project.string()},
+                            dir.path(), "master", 30s);
+  ASSERT_TRUE(run) << "quorvel-cli run did not end";
+  ASSERT_EQ(run->status, 0) << run->err;
+  const auto state = nlohmann::json::parse(run->out, nullptr, false);
+  ASSERT_FALSE(state.is_discarded()) << run->out;
+  const auto& window = state["windows"][0];
+  for (const char* failure : kFailureCounters) EXPECT_EQ(window["counters"][failure], 0) << failure << window;
+  // Five requests (HR, IR, C, DI) every 200 ms: each at least twice, whatever the load.
+  EXPECT_GE(window["counters"]["RequestCount"].get<int>(), 8) << window;
+  std::vector<std::string> shown;
+  for (const auto& value : window["values"]) shown.push_back(value["text"]);
+  EXPECT_EQ(shown, kExpected) << window["values"];
+}
+
+}  // namespace
+}  // namespace quorvel::interop
