@@ -28,6 +28,13 @@ frmQuorvel::frmQuorvel(DeviceHost& host, const CodePage& codePage)
   for (int i = 1; i <= 2; ++i) menus.mnuUserMain[i].Visible = false;
 }
 
+void frmQuorvel::MoveProjectFile(const std::string& path) {
+  projectFile_ = path;
+  const std::string name = path.substr(path.find_last_of("/\\") + 1);
+  projectTitle_ = name.substr(0, name.rfind('.'));
+  ShowCaption();
+}
+
 bool frmQuorvel::SetProjectFile(const std::string& path) {
   projectFile_ = path;
   ProjectLoad load = LoadProject(path, *panel_, codePage_);

@@ -87,6 +87,9 @@ class frmQuorvel : public DeviceLink {
   const std::string& ProjectFile() const { return projectFile_; }
   // Loads the project; on failure the path goes back to "" and false comes back.
   bool SetProjectFile(const std::string& path);
+  // The project has been saved as `path`: the caption and the session name
+  // that file from now on; nothing is loaded again.
+  void MoveProjectFile(const std::string& path);
   const std::string& ProjectTitle() const { return projectTitle_; }
   void SetProjectTitle(std::string v) { projectTitle_ = std::move(v); }
   std::int32_t ConnectTime() const { return connectTime_; }

@@ -18,16 +18,10 @@
 #include "app/qt/MainWindow.h"
 #include "platform/NullModem.h"
 #include "MenuTestSupport.h"
+#include "WaitSupport.h"
 
 namespace quorvel {
 namespace {
-
-// Waits (processing events) until `done` holds or `ms` have passed.
-template <typename Done>
-bool WaitFor(Done done, int ms = 8000) {
-  for (int waited = 0; waited < ms && !done(); waited += 10) QTest::qWait(10);
-  return done();
-}
 
 std::string ValueText(DeviceWindow& view, const char* label) {
   for (Table table : {Table::Holding, Table::Coil})

@@ -7,6 +7,7 @@
 #include "app/RecentLists.h"
 #include "app/qt/DeviceWindow.h"
 #include "app/qt/MainWindow.h"
+#include "app/qt/QuickPollCommands.h"
 #include "project/CodePage.h"
 
 namespace quorvel {
@@ -45,6 +46,7 @@ void MenuBar::Build(frmQuorvel* window) {
     Add(*connection, nullptr, "&Find COM", [&w] { w.mnuFindCOM_Click(); });
     Add(*connection, nullptr, "COM &Parameters...", [&w] { w.mnuCOMParameters_Click(); });
     Add(*connection, nullptr, "&Traffic...", [this, &w] { main_.OpenTraffic(w.COM()); });
+    Add(*connection, nullptr, "Find D&evices...", [this, &w] { FindDevicesCommand(main_, w.COM()); });
 
     QMenu* mode = bar_.addMenu("&Mode");
     // One mode at a time: drawn as radio items. The check itself stays the
@@ -113,10 +115,13 @@ void MenuBar::AddFileMenu(frmQuorvel* window) {
     Add(*file, nullptr, QString("Session &%1 %2").arg(index).arg(QString::fromStdString(sessions[i])),
         [this, index] { main_.RunFrameCommand(FrameCommand::RecentSession, index); });
   }
+  file->addSeparator();
+  Add(*file, nullptr, "&New Poll...", [this] { NewPollCommand(main_); });
+  if (!window) Add(*file, nullptr, "Find D&evices...", [this] { FindDevicesCommand(main_, 1); });
   if (window) {
-    file->addSeparator();
     Add(*file, nullptr, "&Save Session...", [window] { window->mnuSaveSession_Click(); })
         ->setShortcut(QKeySequence::Save);
+    Add(*file, nullptr, "Save &Project As...", [this, window] { SaveProjectAsCommand(main_, *window); });
   }
   file->addSeparator();
   // Projects opened from now on read their texts in the chosen code page.
