@@ -63,7 +63,9 @@ class Holder {
 struct PortFailures : ::testing::Test {
   platform::NullModem modem;
   std::thread line{[this] { modem.Run(); }};
-  std::string plainFile = (std::filesystem::temp_directory_path() / "quorvel-not-a-port").string();
+  // Named for this process: tests run side by side must not share it.
+  std::string plainFile =
+      (std::filesystem::temp_directory_path() / ("quorvel-not-a-port-" + std::to_string(getpid()))).string();
   // This process has the line open too, and earlier than the holder: the
   // holder named must be the one with the lock.
   int bystander = -1;
