@@ -28,14 +28,16 @@ FrameRule FrameRule::Requests() { return {Side::Slave, 0, 0}; }
 
 FrameMatch FrameRule::Find(std::span<const std::uint8_t> bytes, bool quiet) const {
   bool heldBack = false;  // an earlier candidate may still complete
-  for (std::size_t p = 0; p + 1 < bytes.size(); ++p) {
+  // The last byte alone may begin a frame too: it is judged as one whose
+  // length has not come yet.
+  for (std::size_t p = 0; p < bytes.size(); ++p) {
     const std::span<const std::uint8_t> head = bytes.subspan(p);
     struct {
       int length;
       FrameKind kind;
     } candidates[2] = {{MODBUS::kUnknown, FrameKind::None}, {MODBUS::kUnknown, FrameKind::None}};
     if (side_ == Side::Master) {
-      const bool ours = head[0] == id_ && (head[1] == function_ || head[1] == (function_ | 0x80));
+      const bool ours = head[0] == id_ && (head.size() < 2 || head[1] == function_ || head[1] == (function_ | 0x80));
       if (ours) candidates[0] = {MODBUS::RtuAnswerLength(head), FrameKind::Awaited};
     } else if (head[0] <= kHighestAddress) {
       candidates[0] = {MODBUS::RtuRequestLength(head), FrameKind::Awaited};

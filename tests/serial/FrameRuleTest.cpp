@@ -74,12 +74,22 @@ TEST(FrameRuleTest, MasterFindsTheAnswerWhereverItStarts) {
                   {"answer", kAnswer, FrameKind::Awaited, 0, 11},
                   {"exception", kException, FrameKind::Awaited, 0, 5},
                   {"not all in", Bytes(kAnswer.begin(), kAnswer.end() - 1), FrameKind::None, 0, 0},
+                  {"only the address in", {0x01}, FrameKind::None, 0, 0},
                   {"glitch first", Join({{0x00}, kAnswer}), FrameKind::Awaited, 1, 11},
                   {"own request echoed first", Join({kRequest, kAnswer}), FrameKind::Awaited, 8, 11},
                   {"another slave's", Sealed({0x02, 0x03, 0x02, 0x00, 0x01}), FrameKind::None, 0, 0},
                   {"another function's", Sealed({0x01, 0x04, 0x02, 0x00, 0x01}), FrameKind::None, 0, 0},
                   {"CRC broken", Join({Bytes(kAnswer.begin(), kAnswer.end() - 1), {0x00}}), FrameKind::None, 0, 0},
               });
+}
+
+// What may still begin a frame keeps a read open past t3.5; the address alone may.
+TEST(FrameRuleTest, PendingWhileAFrameMayStillComplete) {
+  const FrameRule rule = FrameRule::AnswerFrom(1, 3);
+  EXPECT_TRUE(rule.Find(Bytes{0x01}).pending);
+  EXPECT_TRUE(rule.Find(Bytes(kAnswer.begin(), kAnswer.end() - 1)).pending);
+  EXPECT_FALSE(rule.Find(Bytes{0x07}).pending);
+  EXPECT_FALSE(rule.Find(Bytes{0x01}, true).pending);
 }
 
 TEST(FrameRuleTest, SlaveTellsRequestsFromOtherSlavesAnswers) {
