@@ -15,6 +15,7 @@ constexpr std::uint32_t kButtonShadow = 0x80000010;
 constexpr std::uint32_t kButtonHighlight = 0x80000014;
 constexpr std::uint32_t kDarkShadow = 0x80000015;
 constexpr std::uint32_t kLight = 0x80000016;
+constexpr std::uint32_t kGrayText = 0x80000011;
 
 // The sunken edge of a text box is two pixels at any resolution, as on Windows.
 constexpr int kSunkenEdge = 2;
@@ -52,6 +53,7 @@ void ControlView::Follow(ControlProperty what) {
       setGeometry(twips_.ToRect(control_.Left(), control_.Top(), control_.Width(), control_.Height()));
       break;
     case ControlProperty::Colors:
+    case ControlProperty::Dimmed:
       break;
     case ControlProperty::Font:
       setFont(PanelFont(SettingsOf(control_), twips_.Dpi()));
@@ -80,7 +82,7 @@ void ControlView::Rescale(const Twips& twips) {
 }
 
 QColor ControlView::Back() const { return WinColor(control_.BackColor(), palette()); }
-QColor ControlView::Fore() const { return WinColor(control_.ForeColor(), palette()); }
+QColor ControlView::Fore() const { return WinColor(control_.Dimmed() ? kGrayText : control_.ForeColor(), palette()); }
 
 void ControlView::paintEvent(QPaintEvent*) {
   QPainter painter(this);
