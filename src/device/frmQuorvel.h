@@ -114,6 +114,8 @@ class frmQuorvel : public DeviceLink {
   const ElementCollection& ElementsOf(Table table) const;
   void EmulatedValueStep(CtrlProp& element);
   void mnuClearCounters_Click();
+  // Every value with the label beside it, as tab-separated rows for a spreadsheet.
+  void mnuCopyAllValues_Click();
   const MODBUS::TrafficCounters& Counters() const { return counters_; }
 
   // Traffic, called by the port object.

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "convert/RegisterDecode.h"
+#include "device/PanelReading.h"
 #include "device/frmQuorvel.h"
 #include "serial/PortEntry.h"
 
@@ -205,6 +206,8 @@ void frmQuorvel::EmulatedValueStep(CtrlProp& element) {
   }
   element.SetData(value);
 }
+
+void frmQuorvel::mnuCopyAllValues_Click() { host_.CopyText(ValuesAsRows(*panel_)); }
 
 void frmQuorvel::mnuClearCounters_Click() {
   counters_ = MODBUS::TrafficCounters{};

@@ -1,8 +1,12 @@
 #include "device/qt/ControlView.h"
 
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
 
+#include "device/PanelReading.h"
 #include "device/qt/FontMap.h"
 #include "device/qt/WinColor.h"
 
@@ -121,6 +125,11 @@ void ControlView::PaintValue(QPainter& painter) const {
   painter.setPen(Fore());
   painter.drawText(inside.adjusted(kTextPadding, 0, -kTextPadding, 0),
                    Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, text_);
+  // The dotted rectangle of the classic controls marks where the keys go.
+  if (hasFocus()) {
+    painter.setPen(QPen(Fore(), 1, Qt::DotLine));
+    painter.drawRect(inside.adjusted(0, 0, -1, -1));
+  }
 }
 
 void ControlView::PaintLabel(QPainter& painter, bool bordered) const {
@@ -152,6 +161,20 @@ void ControlView::PaintFrame(QPainter& painter) const {
   painter.fillRect(caption.adjusted(-kTextPadding, 0, kTextPadding, 0), Back());
   painter.setPen(Fore());
   painter.drawText(caption, flags, text_);
+}
+
+void ControlView::keyPressEvent(QKeyEvent* event) {
+  const int key = event->key();
+  if (onDoubleClick_ && (event->modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier &&
+      (key == Qt::Key_F2 || key == Qt::Key_Return || key == Qt::Key_Enter)) {
+    event->accept();
+    onDoubleClick_();
+  } else if (event->matches(QKeySequence::Copy)) {
+    event->accept();
+    QGuiApplication::clipboard()->setText(QString::fromStdString(ShownValue(control_)));
+  } else {
+    QWidget::keyPressEvent(event);
+  }
 }
 
 void ControlView::mouseDoubleClickEvent(QMouseEvent* event) {
