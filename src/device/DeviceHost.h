@@ -59,6 +59,8 @@ class DeviceHost {
   // The master/slave settings dialog for `window`.
   virtual void ShowSettings(frmQuorvel& /*window*/) {}
   virtual void Arrange(Arrangement /*how*/) {}
+  // Puts `text` on the clipboard.
+  virtual void CopyText(const std::string& /*text*/) {}
   // `index` is the 1-based entry of a recent list, 0 otherwise.
   virtual void RunFrameCommand(FrameCommand /*command*/, int /*index*/) {}
 };

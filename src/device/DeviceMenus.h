@@ -27,6 +27,9 @@ struct DeviceMenus {
   std::array<MenuItem, 4> mnuMode{};
   MenuItem mnuAutoEnable{"Auto Requests &Enable", true};
   MenuItem mnuSettings{"Master &Settings"};
+  // A Master's values whose last answer failed are drawn grey; unchecked
+  // they look as they always did.
+  MenuItem mnuGreyStale{"&Grey Stale Values", true};
   // Index 1..2: the two user menus.
   std::array<MenuItem, 3> mnuUserMain{};
   // The user menus' items; element 0 is the hidden template.

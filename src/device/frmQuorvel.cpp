@@ -142,6 +142,7 @@ void frmQuorvel::SetMode(std::int16_t m) {
     mode_ = m;
     if (m >= 1 && m <= 3) menus.mnuMode[m].Checked = true;
     menus.mnuAutoEnable.Visible = m == kMaster || m == kSlave;
+    menus.mnuGreyStale.Visible = m == kMaster;
     if (m == kMaster) menus.mnuAutoEnable.Caption = "Auto Requests &Enable";
     if (m == kSlave) menus.mnuAutoEnable.Caption = "Emulation &Enable";
     menus.mnuSettings.Caption = ModeName(m) + " &Settings";

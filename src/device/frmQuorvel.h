@@ -103,12 +103,22 @@ class frmQuorvel : public DeviceLink {
   void RefreshStatistics();
   const std::string& lblStatistic() const { return statistic_; }
   void StoreResponseData(std::span<const std::uint8_t> frame, std::int32_t length);
+  // Whether the last answer to the request that reads `element` failed (a
+  // time-out, a bad frame or an exception); a good answer clears it. The
+  // value shown stays what the last good answer brought.
+  bool Stale(const CtrlProp& element) const { return stale_.contains(&element); }
+  // Stale values drawn grey, or in their own colours (the classic look).
+  bool GreyStale() const { return menus.mnuGreyStale.Checked; }
+  void SetGreyStale(bool v);
+  void mnuGreyStale_Click() { SetGreyStale(!GreyStale()); }
   void ResetPanel();
   void ComputeAddressRanges();
   const AddressRange& Range(Table table) const { return ranges_[static_cast<int>(table)]; }
   const ElementCollection& ElementsOf(Table table) const;
   void EmulatedValueStep(CtrlProp& element);
   void mnuClearCounters_Click();
+  // Every value with the label beside it, as tab-separated rows for a spreadsheet.
+  void mnuCopyAllValues_Click();
   const MODBUS::TrafficCounters& Counters() const { return counters_; }
 
   // Traffic, called by the port object.
@@ -197,6 +207,9 @@ class frmQuorvel : public DeviceLink {
   void ReportUnsent(const ReqProp& request, const char* why);
   void QueueEntryWrite(const CtrlProp& element, double value);
   void UserMenuChosen(const std::string& caption, std::int32_t sendAsIs, std::int32_t typeFirst);
+  // The elements whose values `request` reads.
+  std::vector<CtrlProp*> ReadBy(const ReqProp& request) const;
+  void MarkStale(CtrlProp& element, bool stale);
 
   DeviceHost& host_;
   const CodePage& codePage_;
@@ -228,6 +241,7 @@ class frmQuorvel : public DeviceLink {
   // The Monitor's side of FrameHeard: an answer heard to a request heard.
   void ShowHeardAnswer(const MODBUS::DecodedFrame& request, std::span<const std::uint8_t> frame, bool ascii);
   std::set<const ReqProp*> unsentReported_;
+  std::set<const CtrlProp*> stale_;
 };
 
 }  // namespace quorvel

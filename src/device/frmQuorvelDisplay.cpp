@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "convert/RegisterDecode.h"
+#include "device/PanelReading.h"
 #include "device/frmQuorvel.h"
 #include "serial/PortEntry.h"
 
@@ -101,19 +102,36 @@ void frmQuorvel::RefreshStatistics() {
   statistic_ = text;
 }
 
+std::vector<CtrlProp*> frmQuorvel::ReadBy(const ReqProp& request) const {
+  const std::int32_t func = request.Func();
+  const ElementCollection* elements = nullptr;
+  if (func == 3 || func == 23) elements = &HoldingElements;
+  if (func == 4) elements = &InputRegElements;
+  if (func == 1) elements = &CoilElements;
+  if (func == 2) elements = &DiscreteElements;
+  std::vector<CtrlProp*> read;
+  if (!elements) return read;
+  const std::int32_t first = request.ReadAddr();
+  const std::int32_t count = request.ReadQnt();
+  for (const auto& [key, element] : *elements) {
+    const std::int32_t a = element->Address() & 0xFFFF;
+    if (first <= a && a < first + count) read.push_back(element.get());
+  }
+  return read;
+}
+
 void frmQuorvel::StoreResponseData(std::span<const std::uint8_t> frame, std::int32_t length) {
   if (!LastRequest) return;
   const std::int32_t func = LastRequest->Func();
   const std::int32_t first = LastRequest->ReadAddr();
-  const std::int32_t count = LastRequest->ReadQnt();
-  const auto inBlock = [&](std::int32_t a) { return first <= a && a < first + count; };
   // Only what the response really holds is read; bytes beyond it read as 0.
   const auto data = frame.first(static_cast<std::size_t>(std::clamp<std::int32_t>(length, 0, frame.size())));
 
-  if (func == 3 || func == 23 || func == 4) {
-    for (const auto& [key, element] : func == 4 ? InputRegElements : HoldingElements) {
-      const std::int32_t a = element->Address() & 0xFFFF;
-      if (!inBlock(a)) continue;
+  for (CtrlProp* element : ReadBy(*LastRequest)) {
+    const std::int32_t a = element->Address() & 0xFFFF;
+    if (func == 1 || func == 2) {
+      element->SetData(DecodeBits(data, (a - first) + 24, Size(*element)));
+    } else {
       const int n = std::min(2 * Size(*element), 8);
       std::array<std::uint8_t, 8> bytes{};
       const std::size_t from = static_cast<std::size_t>((a - first) * 2 + 3);
@@ -121,18 +139,30 @@ void frmQuorvel::StoreResponseData(std::span<const std::uint8_t> frame, std::int
         if (from + i < data.size()) bytes[i] = data[from + i];
       element->SetData(DecodeRegisters(std::span(bytes).first(n), element->Address()));
     }
-  } else if (func == 1 || func == 2) {
-    for (const auto& [key, element] : func == 1 ? CoilElements : DiscreteElements) {
-      const std::int32_t a = element->Address() & 0xFFFF;
-      if (!inBlock(a)) continue;
-      element->SetData(DecodeBits(data, (a - first) + 24, Size(*element)));
-    }
+    MarkStale(*element, false);
   }
+}
+
+void frmQuorvel::MarkStale(CtrlProp& element, bool stale) {
+  if (stale) {
+    stale_.insert(&element);
+  } else {
+    stale_.erase(&element);
+  }
+  if (PanelControl* label = element.rCtrl()) label->SetDimmed(stale && GreyStale());
+}
+
+void frmQuorvel::SetGreyStale(bool v) {
+  menus.mnuGreyStale.Checked = v;
+  for (Table table : {Table::Holding, Table::Coil, Table::InputReg, Table::Discrete})
+    for (const auto& [key, element] : ElementsOf(table)) MarkStale(*element, Stale(*element));
 }
 
 void frmQuorvel::ResetPanel() {
   for (Table table : {Table::Holding, Table::Coil, Table::InputReg, Table::Discrete}) {
     for (const auto& [key, element] : ElementsOf(table)) {
+      // What another mode showed says nothing about the device now.
+      MarkStale(*element, false);
       if (mode_ == kSlave) {
         element->SetData(element->DefaultValue());
       } else if (PanelControl* label = element->rCtrl()) {
@@ -176,6 +206,8 @@ void frmQuorvel::EmulatedValueStep(CtrlProp& element) {
   }
   element.SetData(value);
 }
+
+void frmQuorvel::mnuCopyAllValues_Click() { host_.CopyText(ValuesAsRows(*panel_)); }
 
 void frmQuorvel::mnuClearCounters_Click() {
   counters_ = MODBUS::TrafficCounters{};

@@ -95,6 +95,10 @@ void frmQuorvel::GetResponce(std::int32_t code, std::int32_t& length, std::span<
     entry.Busy = true;
   } else if (outcome.deliver) {
     StoreResponseData(buffer, length);
+  } else {
+    // No good answer: what the window shows for this request is now older
+    // than the device's values. A write's answer reads nothing, so leaves none.
+    for (CtrlProp* element : ReadBy(*LastRequest)) MarkStale(*element, true);
   }
   // The message starts with the request's label, in the project's code page.
   if (outcome.show) host_.ShowMsg(codePage_.ToUtf8(outcome.message));

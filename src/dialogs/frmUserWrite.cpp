@@ -2,6 +2,7 @@
 
 #include <exception>
 
+#include "device/PanelReading.h"
 
 namespace quorvel {
 namespace {
@@ -37,7 +38,11 @@ frmUserWrite::frmUserWrite(frmQuorvel& window, const ElementCollection& elements
     // Only elements wholly inside the block: a part of a value cannot be written.
     const std::int64_t from = code.address();
     if (from < first || from + code.width() - 1 > last) continue;
-    UserWriteRow row{element, "", ""};
+    UserWriteRow row{element, element->AddressCaption(), "", ""};
+    if (const PanelControl* value = element->rCtrl()) {
+      const std::string label = LabelBeside(window_.panel(), *value);
+      if (!label.empty()) row.Caption = label + " (" + row.Caption + ")";
+    }
     if (request_->Func() == kMaskWrite) {
       try {
         row.Text = request_->FillMaskData(code.raw);
@@ -50,6 +55,8 @@ frmUserWrite::frmUserWrite(frmQuorvel& window, const ElementCollection& elements
     rows_.push_back(std::move(row));
   }
 }
+
+bool frmUserWrite::MaskWrite() const { return request_ && request_->Func() == kMaskWrite; }
 
 bool frmUserWrite::cmdOK_Click() {
   if (!visible_ || !request_) return false;

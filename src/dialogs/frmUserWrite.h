@@ -15,6 +15,9 @@ namespace quorvel {
 
 struct UserWriteRow {
   std::shared_ptr<CtrlProp> element;
+  // The label the panel shows beside the element's value with its address,
+  // "Pressure [bar] (HR0022)", or the address alone when the panel has none.
+  std::string Caption;
   // What the user sees and types: the element's value, or for a mask write
   // the mask ("1" set, "0" clear, "x" leave).
   std::string Text;
@@ -28,6 +31,8 @@ class frmUserWrite {
                std::shared_ptr<ReqProp> request);
 
   const std::string& Caption() const { return caption_; }
+  // Rows hold masks ("1" set, "0" clear, "x" leave) rather than values.
+  bool MaskWrite() const;
   bool Visible() const { return visible_; }
   std::vector<UserWriteRow>& Rows() { return rows_; }
   const std::vector<UserWriteRow>& Rows() const { return rows_; }

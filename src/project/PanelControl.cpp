@@ -21,6 +21,12 @@ void PanelControl::SetFontSize(int v) { fontSize_ = v, Changed(ControlProperty::
 void PanelControl::SetFontName(std::string v) { fontName_ = std::move(v), Changed(ControlProperty::Font); }
 void PanelControl::SetCaption(std::string v) { caption_ = std::move(v), Changed(ControlProperty::Caption); }
 void PanelControl::SetToolTipText(std::string v) { toolTipText_ = std::move(v), Changed(ControlProperty::ToolTipText); }
+void PanelControl::SetDimmed(bool v) {
+  // Set again on every answer; only a change is worth a repaint.
+  if (v == dimmed_) return;
+  dimmed_ = v;
+  Changed(ControlProperty::Dimmed);
+}
 
 void PanelControl::SetPicture(PictureBytes bytes) {
   if (!bytes || DetectPicture(*bytes) == PictureKind::None) throw PictureError("Invalid picture");

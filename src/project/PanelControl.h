@@ -14,7 +14,7 @@ namespace quorvel {
 
 class Panel;
 
-enum class ControlProperty { Geometry, Colors, Font, Caption, ToolTipText, Picture };
+enum class ControlProperty { Geometry, Colors, Font, Caption, ToolTipText, Picture, Dimmed };
 
 using PictureBytes = std::shared_ptr<const std::vector<std::uint8_t>>;
 
@@ -63,6 +63,11 @@ class PanelControl {
   void SetCaption(std::string v);
   void SetToolTipText(std::string v);
 
+  // Text drawn in the grey of a disabled control, its colours kept for later:
+  // a value shown that no longer stands for what the device holds.
+  bool Dimmed() const { return dimmed_; }
+  void SetDimmed(bool v);
+
   // A complete picture file, kept as bytes; the view decodes it.
   const PictureBytes& Picture() const { return picture_; }
   // Throws PictureError when the bytes are no picture file that can be shown.
@@ -81,6 +86,7 @@ class PanelControl {
   std::string fontName_;
   std::string caption_;
   std::string toolTipText_;
+  bool dimmed_ = false;
   PictureBytes picture_;
 };
 

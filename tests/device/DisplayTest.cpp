@@ -4,9 +4,9 @@
 
 #include <memory>
 
+#include "Answers.h"
 #include "FakeHost.h"
 #include "TestProject.h"
-#include "modbus/FrameCodec.h"
 
 namespace quorvel::testing {
 namespace {
@@ -74,23 +74,11 @@ TEST(Caption, NamesProjectModeAddressAndPort) {
   }
 }
 
-// Hands the window an answer to its last request, as the port would.
-void Answer(frmQuorvel& w, std::int32_t code, std::vector<std::uint8_t> message = {}, bool goodCrc = true) {
-  std::vector<std::uint8_t> buffer(299);
-  std::copy(message.begin(), message.end(), buffer.begin());
-  auto length = static_cast<std::int32_t>(message.size());
-  if (!message.empty()) {
-    MODBUS::AddCRC(buffer, length);
-    if (!goodCrc) buffer[static_cast<std::size_t>(length)] ^= 0x01;
-    length += 2;
-  }
-  w.GetResponce(code, length, buffer);
-}
-
 enum class Event { Good, Timeout, Parity, Frame, Crc, Data, Ex1, Ex2, Ex3 };
 
 void Happen(frmQuorvel& w, Event e) {
-  constexpr std::int32_t kExpected = 1, kOtherLength = 4, kTimeout = 8, kParity = 16;
+  constexpr std::int32_t kExpected = kAnswerExpected, kOtherLength = kAnswerOtherLength, kTimeout = kAnswerTimeout,
+                         kParity = kAnswerParity;
   switch (e) {
     case Event::Good:
       return Answer(w, kExpected, {1, 3, 2, 0x00, 0x05});

@@ -28,6 +28,7 @@ struct FakeHost final : DeviceHost {
     std::shared_ptr<ReqProp> request;
   };
   std::vector<UserWriteCall> userWrites;
+  std::string copied;
 
   PortEntry& Port(int com) override { return ports.at(static_cast<std::size_t>(com)); }
   void OpenCOM() override { ++openComCalls; }
@@ -39,6 +40,7 @@ struct FakeHost final : DeviceHost {
   void ShowUserWrite(frmQuorvel&, const ElementCollection& elements, std::shared_ptr<ReqProp> request) override {
     userWrites.push_back({&elements, std::move(request)});
   }
+  void CopyText(const std::string& text) override { copied = text; }
 };
 
 }  // namespace quorvel::testing

@@ -11,6 +11,7 @@
 
 #include "../device/FakeHost.h"
 #include "app/qt/DeviceWindow.h"
+#include "device/PanelReading.h"
 
 namespace quorvel::testing {
 namespace {
@@ -35,6 +36,12 @@ struct SampleWindow : ::testing::Test {
       for (const FiledElement& filed : window.ElementsOf(table))
         if (filed.element->Address() == address) return *view->Panel().ViewOf("Tbd", filed.element->rCtrl()->Index());
     throw std::out_of_range("no element");
+  }
+
+  // The label beside the value that has the keyboard now.
+  std::string FocusedLabel() {
+    auto* focused = dynamic_cast<ControlView*>(view->focusWidget());
+    return focused ? LabelBeside(window.panel(), focused->Control()) : "(not a value)";
   }
 };
 
@@ -62,6 +69,49 @@ TEST_F(SampleWindow, ARefusedValueIsExplainedUnderThePanelWhileTheBoxStaysOpen) 
     EXPECT_FALSE(editor.isVisible());
     EXPECT_FALSE(view->Refusal().isVisible());
   }
+}
+
+TEST_F(SampleWindow, F2OrEnterEditsTheFocusedValueAndTheKeysComeBackAfterwards) {
+  const struct {
+    Qt::Key key;
+    Qt::KeyboardModifiers modifiers;
+  } cases[] = {{Qt::Key_F2, {}}, {Qt::Key_Return, {}}, {Qt::Key_Enter, Qt::KeypadModifier}};
+  ControlView& value = ValueOf(kMassFlow);
+  EntryEdit& editor = view->Panel().tbInput();
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.key);
+    value.setFocus();
+    QTest::keyClick(&value, c.key, c.modifiers);
+    ASSERT_TRUE(editor.isVisible());
+    EXPECT_EQ(editor.text(), value.Text());
+    EXPECT_EQ(view->focusWidget(), &editor);
+    QTest::keyClick(&editor, Qt::Key_Escape);
+    EXPECT_FALSE(editor.isVisible());
+    EXPECT_EQ(view->focusWidget(), &value);
+  }
+}
+
+TEST_F(SampleWindow, TabWalksTheValuesColumnByColumn) {
+  ValueOf(kMassFlow).setFocus();
+  ASSERT_EQ(FocusedLabel(), "Mass flow [kg/h]");
+  QTest::keyClick(view->focusWidget(), Qt::Key_Tab);
+  EXPECT_EQ(FocusedLabel(), "Density [kg/m³]");
+  QTest::keyClick(view->focusWidget(), Qt::Key_Backtab, Qt::ShiftModifier);
+  EXPECT_EQ(FocusedLabel(), "Mass flow [kg/h]");
+  // Down the left column, through the frame below it, then the right column.
+  for (int i = 0; i < 13; ++i) QTest::keyClick(view->focusWidget(), Qt::Key_Tab);
+  EXPECT_EQ(FocusedLabel(), "Live zero [kg/h]");
+  QTest::keyClick(view->focusWidget(), Qt::Key_Tab);
+  EXPECT_EQ(FocusedLabel(), "Status word");
+}
+
+TEST_F(SampleWindow, CtrlCCopiesTheFocusedValueAsShown) {
+  ControlView& value = ValueOf(kMassFlow);
+  value.setFocus();
+  QApplication::clipboard()->clear();
+  QTest::keyClick(&value, Qt::Key_C, Qt::ControlModifier);
+  EXPECT_FALSE(value.Text().isEmpty());
+  EXPECT_EQ(QApplication::clipboard()->text(), value.Text().trimmed());
 }
 
 }  // namespace

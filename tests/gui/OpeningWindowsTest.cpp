@@ -1,9 +1,11 @@
 // A frame started without a file, then a project or session opened in each of
 // the ways the program offers: the window that comes up is the active one and
-// the menu bar is its own, not the bare frame's.
+// the menu bar is its own, not the bare frame's; its menu then works on it.
 
 #include <gtest/gtest.h>
 
+#include <QApplication>
+#include <QClipboard>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMenuBar>
@@ -68,6 +70,19 @@ TEST_F(OpeningWindows, FileOpenOfAProject) {
   frame->ChooseOpenFile = [] { return QString::fromStdString(kProject); };
   TriggerFileItem("&Open...");
   ExpectNewestWindowsMenus();
+}
+
+TEST_F(OpeningWindows, TheOpenedWindowsValuesCopiedAsRowsFromItsMenu) {
+  frame->ChooseOpenFile = [] { return QString::fromStdString(kProject); };
+  TriggerFileItem("&Open...");
+  QAction* copy = FindMenuItem(*frame->menuBar(), "&Mode", "Copy All &Values");
+  ASSERT_NE(copy, nullptr);
+  QApplication::clipboard()->clear();
+  copy->trigger();
+  const QStringList rows = QApplication::clipboard()->text().split('\n', Qt::SkipEmptyParts);
+  ASSERT_FALSE(rows.isEmpty());
+  EXPECT_EQ(rows.front(), QStringLiteral("Mass flow [kg/h]\tHR0000"));
+  for (const QString& row : rows) EXPECT_EQ(row.count('\t'), 1) << row.toStdString();
 }
 
 TEST_F(OpeningWindows, ARecentSession) {

@@ -3,9 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include <QTest>
 
@@ -65,6 +67,33 @@ TEST_F(SamplePanel, ANewValueShowsOnItsLabel) {
   Element(kMassFlow)->SetData(1234.5);
   EXPECT_EQ(value.Text(), QStringLiteral("1234.500"));
   EXPECT_NE(value.grab().toImage(), before);
+}
+
+// The darkest grey level of the text drawn on a value label.
+int DarkestText(ControlView& view) {
+  const QImage image = view.grab().toImage();
+  int darkest = 255;
+  for (int y = 0; y < image.height(); ++y)
+    for (int x = 0; x < image.width(); ++x) darkest = std::min(darkest, qGray(image.pixel(x, y)));
+  return darkest;
+}
+
+TEST_F(SamplePanel, ValueWhoseRequestTimedOutIsDrawnGreyUntilTheClassicLookIsChosen) {
+  ControlView& value = ValueOf(kMassFlow);
+  Element(kMassFlow)->SetData(1234.5);
+  const int fresh = DarkestText(value);
+  for (const auto& request : window.Requests)
+    if (request->Func() == 3 && request->ReadAddr() == 0) window.LastRequest = request;
+  ASSERT_TRUE(window.LastRequest);
+  std::vector<std::uint8_t> buffer(299);
+  std::int32_t length = 0;
+  window.GetResponce(8, length, buffer);  // time-out
+
+  EXPECT_EQ(value.Text(), QStringLiteral("1234.500"));
+  EXPECT_GT(DarkestText(value), fresh + 64);
+  widget->grab().save(QUORVEL_GUI_OUTPUT_DIR "/panel-stale.png");
+  window.mnuGreyStale_Click();
+  EXPECT_EQ(DarkestText(value), fresh);
 }
 
 TEST_F(SamplePanel, TypedValueWithEnterQueuesTheWrite) {

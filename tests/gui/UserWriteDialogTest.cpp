@@ -65,5 +65,38 @@ TEST_F(UserWriteView, RefusedTextIsMarkedAndTheDialogStays) {
   EXPECT_EQ(window.PendingRequests.front()->Data(), (std::vector<std::uint8_t>{0xFF, 0xFF, 0x01, 0x2C, 0x00, 0x03}));
 }
 
+TEST(UserWriteDialogLook, WholeTitleAndAMaskFieldForSixteenBitsThatSaysWhatItsCharactersMean) {
+  const struct {
+    std::int32_t func;
+    bool mask;
+  } cases[] = {{16, false}, {22, true}};
+  const std::string title = "Alarm enable mask of the second measuring channel";
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.func);
+    TestProject p;
+    p.elements = {Box(24)};
+    p.requests = {
+        RequestRecord{.Func = c.func, .WriteAddr = 24, .WriteQnt = 1, .Control = 2, .Data = {0, 0, 0, 0}, .Label = title}};
+    FakeHost host;
+    frmQuorvel window(host);
+    Load(window, p);
+    UserWriteDialog dialog(
+        std::make_unique<frmUserWrite>(window, window.HoldingElements, window.PendingRequests, window.Requests.at(0)));
+    ASSERT_TRUE(dialog.ShowForm());
+    EXPECT_EQ(dialog.Heading().text().toStdString(), title);
+    EXPECT_GE(dialog.Heading().width(), dialog.Heading().sizeHint().width());
+    EXPECT_EQ(dialog.MaskHint().isVisible(), c.mask);
+    if (c.mask) {
+      QLineEdit& field = dialog.RowText(0);
+      const QMargins margins = field.textMargins() + field.contentsMargins();
+      EXPECT_GE(field.width() - margins.left() - margins.right(),
+                field.fontMetrics().horizontalAdvance(QStringLiteral("0000 1111 xxxx 0000")));
+      EXPECT_TRUE(dialog.MaskHint().text().contains('x'));
+      dialog.grab().save(QUORVEL_GUI_OUTPUT_DIR "/user-write-mask.png");
+    }
+    dialog.reject();
+  }
+}
+
 }  // namespace
 }  // namespace quorvel::testing

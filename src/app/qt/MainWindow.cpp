@@ -1,10 +1,12 @@
 #include "app/qt/MainWindow.h"
 
 #include <QApplication>
+#include <QClipboard>
 #include <QCloseEvent>
 #include <QDesktopServices>
 #include <QFile>
 #include <QFileDialog>
+#include <QGuiApplication>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMenuBar>
@@ -388,6 +390,10 @@ void MainWindow::ShowSettings(frmQuorvel& window) {
   model.ID(window);
   SlaveAddressDialog dialog(model, this);
   dialog.exec();
+}
+
+void MainWindow::CopyText(const std::string& text) {
+  QGuiApplication::clipboard()->setText(QString::fromStdString(text));
 }
 
 void MainWindow::Arrange(Arrangement how) {

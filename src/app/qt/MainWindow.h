@@ -62,6 +62,7 @@ class MainWindow : public QMainWindow, public frmQuorvelMain {
   void ShowCOMSettings(int com) override;
   void ShowSettings(frmQuorvel& window) override;
   void Arrange(Arrangement how) override;
+  void CopyText(const std::string& text) override;
   void RunFrameCommand(FrameCommand command, int index) override;
   void OpenCOM() override;
   // The Traffic window of port `com`, opened or brought to the front.

@@ -58,7 +58,9 @@ void MenuBar::Build(frmQuorvel* window) {
     QAction* settings = Add(*mode, &w.menus.mnuSettings, {}, [&w] { w.mnuSettings_Click(); });
     settings->setCheckable(false);
     Add(*mode, &w.menus.mnuAutoEnable, {}, [&w] { w.mnuAutoEnable_Click(); });
+    Add(*mode, &w.menus.mnuGreyStale, {}, [&w] { w.mnuGreyStale_Click(); });
     Add(*mode, nullptr, "C&lear Counters", [&w] { w.mnuClearCounters_Click(); });
+    Add(*mode, nullptr, "Copy All &Values", [&w] { w.mnuCopyAllValues_Click(); });
 
     for (int menu = 1; menu <= 2; ++menu) {
       QMenu* user = bar_.addMenu(QString::fromStdString(w.UserMenuCaption[menu]));

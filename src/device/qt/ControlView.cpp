@@ -1,8 +1,12 @@
 #include "device/qt/ControlView.h"
 
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
 
+#include "device/PanelReading.h"
 #include "device/qt/FontMap.h"
 #include "device/qt/WinColor.h"
 
@@ -15,6 +19,7 @@ constexpr std::uint32_t kButtonShadow = 0x80000010;
 constexpr std::uint32_t kButtonHighlight = 0x80000014;
 constexpr std::uint32_t kDarkShadow = 0x80000015;
 constexpr std::uint32_t kLight = 0x80000016;
+constexpr std::uint32_t kGrayText = 0x80000011;
 
 // The sunken edge of a text box is two pixels at any resolution, as on Windows.
 constexpr int kSunkenEdge = 2;
@@ -52,6 +57,7 @@ void ControlView::Follow(ControlProperty what) {
       setGeometry(twips_.ToRect(control_.Left(), control_.Top(), control_.Width(), control_.Height()));
       break;
     case ControlProperty::Colors:
+    case ControlProperty::Dimmed:
       break;
     case ControlProperty::Font:
       setFont(PanelFont(SettingsOf(control_), twips_.Dpi()));
@@ -80,7 +86,7 @@ void ControlView::Rescale(const Twips& twips) {
 }
 
 QColor ControlView::Back() const { return WinColor(control_.BackColor(), palette()); }
-QColor ControlView::Fore() const { return WinColor(control_.ForeColor(), palette()); }
+QColor ControlView::Fore() const { return WinColor(control_.Dimmed() ? kGrayText : control_.ForeColor(), palette()); }
 
 void ControlView::paintEvent(QPaintEvent*) {
   QPainter painter(this);
@@ -119,6 +125,11 @@ void ControlView::PaintValue(QPainter& painter) const {
   painter.setPen(Fore());
   painter.drawText(inside.adjusted(kTextPadding, 0, -kTextPadding, 0),
                    Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, text_);
+  // The dotted rectangle of the classic controls marks where the keys go.
+  if (hasFocus()) {
+    painter.setPen(QPen(Fore(), 1, Qt::DotLine));
+    painter.drawRect(inside.adjusted(0, 0, -1, -1));
+  }
 }
 
 void ControlView::PaintLabel(QPainter& painter, bool bordered) const {
@@ -150,6 +161,20 @@ void ControlView::PaintFrame(QPainter& painter) const {
   painter.fillRect(caption.adjusted(-kTextPadding, 0, kTextPadding, 0), Back());
   painter.setPen(Fore());
   painter.drawText(caption, flags, text_);
+}
+
+void ControlView::keyPressEvent(QKeyEvent* event) {
+  const int key = event->key();
+  if (onDoubleClick_ && (event->modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier &&
+      (key == Qt::Key_F2 || key == Qt::Key_Return || key == Qt::Key_Enter)) {
+    event->accept();
+    onDoubleClick_();
+  } else if (event->matches(QKeySequence::Copy)) {
+    event->accept();
+    QGuiApplication::clipboard()->setText(QString::fromStdString(ShownValue(control_)));
+  } else {
+    QWidget::keyPressEvent(event);
+  }
 }
 
 void ControlView::mouseDoubleClickEvent(QMouseEvent* event) {

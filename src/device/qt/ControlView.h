@@ -34,6 +34,9 @@ class ControlView : public QWidget {
  protected:
   void paintEvent(QPaintEvent* event) override;
   void mouseDoubleClickEvent(QMouseEvent* event) override;
+  // A value label with the focus: F2 or Enter edits it as a double-click
+  // does, Ctrl+C copies what it shows.
+  void keyPressEvent(QKeyEvent* event) override;
 
  private:
   void PaintBox(QPainter& painter) const;

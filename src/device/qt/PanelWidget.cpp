@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <exception>
 
+#include "device/PanelReading.h"
 #include "device/qt/FontMap.h"
 #include "device/qt/WinColor.h"
 
@@ -23,6 +24,7 @@ PanelWidget::PanelWidget(frmQuorvel& window, QWidget* parent)
 
   editor_->OnKey([this](int key) { KeyDown(key); });
   for (const auto& control : window_.panel().Controls()) AddView(*control);
+  OrderTabs();
   window_.panel().SetObserver(this);
   ShowEntryBox(true);
 }
@@ -52,7 +54,18 @@ QSize PanelWidget::sizeHint() const {
 
 void PanelWidget::ControlAdded(const PanelControl& control) {
   AddView(control);
+  OrderTabs();
   updateGeometry();
+}
+
+void PanelWidget::OrderTabs() {
+  QWidget* previous = nullptr;
+  for (const PanelControl* value : ValuesInReadingOrder(window_.panel())) {
+    const auto found = views_.find(value);
+    if (found == views_.end()) continue;
+    if (previous) setTabOrder(previous, found->second);
+    previous = found->second;
+  }
 }
 
 void PanelWidget::ControlChanged(const PanelControl& control, ControlProperty what) {
@@ -65,8 +78,12 @@ void PanelWidget::ControlChanged(const PanelControl& control, ControlProperty wh
 void PanelWidget::AddView(const PanelControl& control) {
   auto* view = new ControlView(control, twips_, this);
   if (control.Name() == "TBox" || control.Name() == "Tbd") {
-    view->OnDoubleClick([this, &control] { DoubleClicked(control); });
+    view->OnDoubleClick([this, view, &control] {
+      edited_ = view;
+      DoubleClicked(control);
+    });
   }
+  if (control.Name() == "Tbd") view->setFocusPolicy(Qt::StrongFocus);
   views_[&control] = view;
   view->show();
   // Controls made later lie on top, and the edit box above them all.
@@ -100,7 +117,9 @@ void PanelWidget::ShowEntryBox(bool opening) {
   const EntryBox& box = window_.tbInput;
   if (onRefusal_) onRefusal_(box.Visible ? QString::fromStdString(box.Refusal) : QString());
   if (!box.Visible) {
+    const bool hadFocus = window()->focusWidget() == editor_;
     editor_->hide();
+    if (hadFocus && edited_) edited_->setFocus();
     return;
   }
   editor_->setGeometry(twips_.ToRect(box.Left, box.Top, box.Width, box.Height));

@@ -50,11 +50,15 @@ class PanelWidget : public QWidget, private PanelObserver {
   void KeyDown(int key);
   // Mirrors the window's edit box; `opening` also takes over its text.
   void ShowEntryBox(bool opening);
+  // Tab walks the value labels in reading order.
+  void OrderTabs();
 
   frmQuorvel& window_;
   Twips twips_;
   std::map<const PanelControl*, ControlView*> views_;
   EntryEdit* editor_;
+  // The value label being edited, which has the focus back when the box closes.
+  QWidget* edited_ = nullptr;
   std::function<void(const QString&)> onRefusal_;
 };
 

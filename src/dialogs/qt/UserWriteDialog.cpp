@@ -19,11 +19,25 @@ namespace {
 // past the screen.
 constexpr int kVisibleRows = 16;
 
+// A 16-bit mask as the dialog writes it, in groups of four.
+const QString kWidestMask = QStringLiteral("xxxx xxxx xxxx xxxx");
+
 }  // namespace
 
 UserWriteDialog::UserWriteDialog(std::unique_ptr<frmUserWrite> model, QWidget* parent)
     : QDialog(parent), model_(std::move(model)) {
-  setWindowTitle(QString::fromStdString(model_->Caption()));
+  const QString title = QString::fromStdString(model_->Caption());
+  setWindowTitle(title);
+  heading_ = new QLabel(title, this);
+  heading_->setObjectName(QStringLiteral("heading"));
+  heading_->setTextFormat(Qt::PlainText);
+  QFont bold = heading_->font();
+  bold.setBold(true);
+  heading_->setFont(bold);
+  heading_->setVisible(!title.isEmpty());
+  maskHint_ = new QLabel(QStringLiteral("Mask: 1 sets the bit, 0 clears it, x leaves it as it is."), this);
+  maskHint_->setObjectName(QStringLiteral("maskHint"));
+  maskHint_->setVisible(model_->MaskWrite());
   auto* list = new QWidget;
   auto* grid = new QGridLayout(list);
   grid->setColumnStretch(1, 1);
@@ -31,7 +45,14 @@ UserWriteDialog::UserWriteDialog(std::unique_ptr<frmUserWrite> model, QWidget* p
   for (std::size_t i = 0; i < rows.size(); ++i) {
     const CtrlProp& element = *rows[i].element;
     const QString tip = element.rCtrl() ? QString::fromStdString(element.rCtrl()->ToolTipText()) : QString();
-    Row row{new QLabel(QString::fromStdString(element.AddressCaption()), list), new QLineEdit(list), new QLabel(list)};
+    Row row{new QLabel(QString::fromStdString(rows[i].Caption), list), new QLineEdit(list), new QLabel(list)};
+    row.caption->setTextFormat(Qt::PlainText);
+    if (model_->MaskWrite()) {
+      const QMargins margins = row.text->textMargins() + row.text->contentsMargins();
+      // Room for the frame and the cursor besides the characters.
+      row.text->setMinimumWidth(row.text->fontMetrics().horizontalAdvance(kWidestMask) + margins.left() +
+                                margins.right() + 4 * style()->pixelMetric(QStyle::PM_DefaultFrameWidth) + 4);
+    }
     row.caption->setBuddy(row.text);
     row.caption->setToolTip(tip);
     row.text->setToolTip(tip);
@@ -62,7 +83,9 @@ UserWriteDialog::UserWriteDialog(std::unique_ptr<frmUserWrite> model, QWidget* p
   buttons->addWidget(cmdOK_);
   buttons->addWidget(cmdCancel_);
   auto* form = new QVBoxLayout(this);
+  form->addWidget(heading_);
   form->addWidget(scroll_);
+  form->addWidget(maskHint_);
   form->addLayout(buttons);
 
   connect(cmdOK_, &QPushButton::clicked, this, &UserWriteDialog::cmdOK_Click);
@@ -84,6 +107,10 @@ void UserWriteDialog::FitList() {
   const bool scrolls = static_cast<int>(rows_.size()) > kVisibleRows;
   scroll_->setMinimumSize(wanted.width() + (scrolls ? scrollBar : 0),
                           scrolls ? rowHeight * kVisibleRows : wanted.height());
+  // The list is as wide as its lines, and as high as them up to a screenful:
+  // bars shown while the dialog is still being laid out would only stay.
+  scroll_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  scroll_->setVerticalScrollBarPolicy(scrolls ? Qt::ScrollBarAsNeeded : Qt::ScrollBarAlwaysOff);
   adjustSize();
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 
-// The user write dialog on screen: one line per element of the request's
-// write block, named by the element's address, with the text the user fills
-// in. A text the model refuses is marked on its own line and the dialog
+// The user write dialog on screen: the request's name over one line per
+// element of its write block, named as the panel names the element, with the
+// text the user fills in. A text the model refuses is marked on its own line and the dialog
 // stays open.
 
 #include <memory>
@@ -34,6 +34,10 @@ class UserWriteDialog : public QDialog {
   QLabel& RowCaption(std::size_t row) const { return *rows_.at(row).caption; }
   QLineEdit& RowText(std::size_t row) const { return *rows_.at(row).text; }
   QLabel& RowRefusal(std::size_t row) const { return *rows_.at(row).refusal; }
+  // The request's name, whole, however narrow the title bar draws it.
+  QLabel& Heading() const { return *heading_; }
+  // What the mask characters mean; shown for a mask write only.
+  QLabel& MaskHint() const { return *maskHint_; }
   QPushButton& cmdOK() const { return *cmdOK_; }
   QPushButton& cmdCancel() const { return *cmdCancel_; }
 
@@ -52,6 +56,8 @@ class UserWriteDialog : public QDialog {
 
   std::unique_ptr<frmUserWrite> model_;
   std::vector<Row> rows_;
+  QLabel* heading_;
+  QLabel* maskHint_;
   QWidget* list_;
   QScrollArea* scroll_;
   QPushButton* cmdOK_;
