@@ -110,14 +110,13 @@ shoot() {
   echo "screenshots: $1"
 }
 
-# Double-clicks the title bar of a device window at X, which maximises the
-# window. Tiled side by side, the title bars lie just below the menu bar.
+# Double-clicks the title bar of a device window at X,Y, which maximises the
+# window.
 title_double_click() {
-  timeout 5 xdotool mousemove --window "$window" "$1" "$title_y" click --repeat 2 --delay 100 1 ||
-    die "could not click the title at $1,$title_y"
+  timeout 5 xdotool mousemove --window "$window" "$1" "$2" click --repeat 2 --delay 100 1 ||
+    die "could not click the title at $1,$2"
   sleep 0.3
 }
-title_y=30
 
 # The Traffic window is a window of its own, taken alone.
 window_named() { timeout 5 xdotool search --onlyvisible --name "$1" 2>/dev/null | head -n 1; }
@@ -133,15 +132,17 @@ shoot_window() {
 }
 
 # The menu keys of the desktop program: Connection (Alt+O) > COM Parameters
-# (P) and Traffic (T); Window (Alt+W) > Tile Vertically (V). The demo has
-# connected every window. Tiled, the three windows stand side by side in the
-# order they opened: Master, Slave, Monitor.
-keys alt+w v
+# (P) and Traffic (T); Window (Alt+W) > Tile to Fit (F). The demo has
+# connected every window. Tiled to fit a screen too small for three panels
+# side by side, the windows overlap evenly from the top left corner in the
+# order they opened: Master, Slave, Monitor. The Master's title bar lies just
+# below the menu bar, the Slave's a third of the spare height lower.
+keys alt+w f
 shoot frame.png
-title_double_click $((width / 6))
+title_double_click $((width / 6)) 30
 shoot master.png
-keys alt+w v
-title_double_click $((width / 2))
+keys alt+w f
+title_double_click $((width / 2)) "${SLAVE_TITLE_Y:-160}"
 shoot slave.png
 keys alt+o p
 shoot com-settings.png

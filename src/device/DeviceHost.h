@@ -18,7 +18,8 @@ struct PortEntry;
 enum class FrameCommand { Open, RecentFile, RecentSession, SaveSession, QuickStart, OnTheWeb, About };
 
 // How the frame arranges its child windows, as the platform numbers it.
-enum class Arrangement { Cascade = 0, TileHorizontally = 1, TileVertically = 2 };
+// Tile to Fit is this program's own: the windows at their panels' sizes.
+enum class Arrangement { Cascade = 0, TileHorizontally = 1, TileVertically = 2, TileToFit = 3 };
 
 class frmQuorvel;
 class ReqProp;

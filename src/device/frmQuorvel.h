@@ -154,6 +154,7 @@ class frmQuorvel : public DeviceLink {
   void mnuCascade_Click() { host_.Arrange(Arrangement::Cascade); }
   void mnuTileHorizontally_Click() { host_.Arrange(Arrangement::TileHorizontally); }
   void mnuTileVertically_Click() { host_.Arrange(Arrangement::TileVertically); }
+  void mnuTileToFit_Click() { host_.Arrange(Arrangement::TileToFit); }
   // File and help commands belong to the frame; opening a project changes
   // the session, the others leave that to the frame.
   void mnuOpen_Click();

@@ -7,6 +7,9 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QMdiArea>
+#include <QScreen>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QMdiSubWindow>
 #include <QMenuBar>
 #include <QTest>
@@ -83,6 +86,23 @@ TEST_F(OpeningWindows, TheOpenedWindowsValuesCopiedAsRowsFromItsMenu) {
   ASSERT_FALSE(rows.isEmpty());
   EXPECT_EQ(rows.front(), QStringLiteral("Mass flow [kg/h]\tHR0000"));
   for (const QString& row : rows) EXPECT_EQ(row.count('\t'), 1) << row.toStdString();
+}
+
+TEST_F(OpeningWindows, AProjectOpensAtItsPanelsSizeWithTheFrameGrownForIt) {
+  frame->resize(420, 320);
+  frame->ChooseOpenFile = [] { return QString::fromStdString(kProject); };
+  TriggerFileItem("&Open...");
+  QMdiSubWindow* sub = frame->Area().activeSubWindow();
+  ASSERT_NE(sub, nullptr);
+  const QSize screen = frame->screen()->availableGeometry().size();
+  ASSERT_LT(sub->sizeHint().width(), screen.width() - 40) << "a screen with room for the panel";
+  EXPECT_EQ(sub->size(), sub->sizeHint());
+  EXPECT_GT(frame->width(), 420);
+  QCoreApplication::processEvents();  // the layouts settle
+  const auto* scroll = frame->Views().back()->findChild<QScrollArea*>();
+  ASSERT_NE(scroll, nullptr);
+  EXPECT_FALSE(scroll->horizontalScrollBar()->isVisible());
+  EXPECT_FALSE(scroll->verticalScrollBar()->isVisible());
 }
 
 TEST_F(OpeningWindows, ARecentSession) {

@@ -114,6 +114,7 @@ int RunDesktop(const std::string& program, const std::string& session, const std
   if (child == 0) {
     setenv("QUORVEL_PORTS", ports.c_str(), 1);
     setenv("QUORVEL_CONNECT_ALL", "1", 1);
+    setenv("QUORVEL_TILE_TO_FIT", "1", 1);
     setenv("QUORVEL_LINK_DIR", linkDir.c_str(), 1);
     // The stop signals are blocked here; the program takes its own.
     sigset_t none;

@@ -4,6 +4,7 @@
 #include <QFile>
 #include <QIcon>
 #include <QSocketNotifier>
+#include <QTimer>
 #include <cstdlib>
 #include <iostream>
 #include <memory>
@@ -65,6 +66,12 @@ int RunDesktop(int& argc, char** argv, FirstCopy& first) {
   // Set by the demo, which made the lines the session's windows use.
   if (std::getenv("QUORVEL_CONNECT_ALL") && !frame.Devices().empty())
     frame.Command([&frame] { frame.Devices().front()->mnuConnectAll_Click(); });
+  // Also the demo's: its windows side by side as far as the screen allows.
+  // Arranged once the frame has its size on the screen.
+  if (std::getenv("QUORVEL_TILE_TO_FIT")) {
+    frame.showMaximized();
+    QTimer::singleShot(0, &frame, [&frame] { frame.Arrange(Arrangement::TileToFit); });
+  }
   return app.exec();
 }
 

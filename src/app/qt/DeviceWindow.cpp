@@ -1,5 +1,7 @@
 #include "app/qt/DeviceWindow.h"
 
+#include <algorithm>
+
 #include <QScrollArea>
 #include <QVBoxLayout>
 
@@ -37,6 +39,13 @@ DeviceWindow::DeviceWindow(frmQuorvel& window, QWidget* parent)
   layout->addWidget(statistics_);
   setAttribute(Qt::WA_DeleteOnClose, false);
   Refresh();
+}
+
+QSize DeviceWindow::sizeHint() const {
+  const QSize panel = panel_->sizeHint();
+  int height = panel.height() + statistics_->sizeHint().height();
+  if (refusal_->isVisible()) height += refusal_->sizeHint().height();
+  return {std::max(panel.width(), statistics_->minimumSizeHint().width()), height};
 }
 
 void DeviceWindow::Refresh() {

@@ -23,6 +23,9 @@ class DeviceWindow : public QWidget {
   QLabel& Refusal() const { return *refusal_; }
   // Caption and statistics line as the core holds them now.
   void Refresh();
+  // The whole panel and the lines under it: a scroll area on its own would
+  // offer only a part of a large panel.
+  QSize sizeHint() const override;
 
  private:
   frmQuorvel& window_;

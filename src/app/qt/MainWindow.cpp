@@ -21,6 +21,7 @@
 #include "app/FileCommands.h"
 #include "app/Settings.h"
 #include "app/Startup.h"
+#include "app/TileToFit.h"
 #include "app/qt/DeviceWindow.h"
 #include "app/qt/TrafficWindow.h"
 #include "device/qt/Twips.h"
@@ -235,8 +236,20 @@ QMdiSubWindow* MainWindow::AddView(frmQuorvel& window) {
     CloseDevice(*core);
     SyncView();
   });
-  const QSize wanted = view->sizeHint();
-  sub->resize(wanted.boundedTo(area_->size().expandedTo(QSize(320, 240))));
+  // At the size its panel needs, caption and borders included. A window
+  // that a session placed is moved to its place afterwards and keeps it.
+  const QSize wanted = sub->sizeHint();
+  const bool placed = window.Placement.Width > 0 && window.Placement.Height > 0;
+  QSize room = area_->viewport()->size();
+  if (!placed && isVisible() && !isMaximized() && !isFullScreen() &&
+      (wanted.width() > room.width() || wanted.height() > room.height())) {
+    // The frame grows as far as the screen lets it, rather than the panel
+    // scrolling; the area grows with it (the desktop may say so only later).
+    const QSize before = size();
+    resize(FitScreen(QRect(pos(), before + (wanted - room).expandedTo(QSize(0, 0)))).size());
+    room += size() - before;
+  }
+  sub->resize(wanted.boundedTo(room.expandedTo(QSize(320, 240))));
   // Showing activates it: the frame must know whose view it is by then, or
   // the menu bar is built for no window.
   views_[core] = sub;
@@ -407,6 +420,20 @@ void MainWindow::Arrange(Arrangement how) {
     if (!sub->isMinimized() && sub->isVisible()) shown.push_back(sub);
   if (shown.isEmpty()) return;
   const QRect all = area_->viewport()->rect();
+  if (how == Arrangement::TileToFit) {
+    std::vector<TileSize> wanted;
+    for (QMdiSubWindow* sub : shown) {
+      sub->showNormal();
+      wanted.push_back({sub->sizeHint().width(), sub->sizeHint().height()});
+    }
+    const std::vector<TileRect> placed = TileToFit({all.width(), all.height()}, wanted);
+    for (std::size_t i = 0; i < placed.size(); ++i) {
+      const TileRect& r = placed[i];
+      shown[static_cast<qsizetype>(i)]->setGeometry(r.left, r.top, r.width, r.height);
+      shown[static_cast<qsizetype>(i)]->raise();
+    }
+    return;
+  }
   const int n = static_cast<int>(shown.size());
   for (int i = 0; i < n; ++i) {
     shown[i]->showNormal();

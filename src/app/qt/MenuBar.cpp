@@ -81,6 +81,7 @@ void MenuBar::Build(frmQuorvel* window) {
     Add(*arrange, nullptr, "&Cascade", [&w] { w.mnuCascade_Click(); });
     Add(*arrange, nullptr, "Tile &Horizontally", [&w] { w.mnuTileHorizontally_Click(); });
     Add(*arrange, nullptr, "Tile &Vertically", [&w] { w.mnuTileVertically_Click(); });
+    Add(*arrange, nullptr, "Tile to &Fit", [&w] { w.mnuTileToFit_Click(); });
     AddWindowList(*arrange);
   }
   AddFileMenu(window);
