@@ -137,15 +137,31 @@ shoot_window() {
 # side by side, the windows overlap evenly from the top left corner in the
 # order they opened: Master, Slave, Monitor. The Master's title bar lies just
 # below the menu bar, the Slave's a third of the spare height lower.
+#
+# A page is narrower than the screen: a picture of one window shows that
+# window alone, the frame shrunk round a maximised window's panel, so that
+# its text stays readable on the page.
+shoot_panel() {
+  timeout 5 xdotool windowsize "$window" "$panel_width" "$panel_height" || die "could not shrink the window"
+  sleep "$settle"
+  check_running "before $1"
+  timeout 30 import -window "$window" "$work/$1" || die "could not capture $1"
+  echo "screenshots: $1"
+  timeout 5 xdotool windowsize "$window" "$width" "$height" || die "could not restore the window"
+  sleep 0.3
+}
+# The sample's panel with the menu bar above it and the statistics line under it.
+panel_width=${SCREENSHOT_PANEL_WIDTH:-712}
+panel_height=${SCREENSHOT_PANEL_HEIGHT:-525}
 keys alt+w f
 shoot frame.png
 title_double_click $((width / 6)) 30
-shoot master.png
+shoot_panel master.png
 keys alt+w f
 title_double_click $((width / 2)) "${SLAVE_TITLE_Y:-160}"
-shoot slave.png
+shoot_panel slave.png
 keys alt+o p
-shoot com-settings.png
+shoot_window com-settings.png '^COM Settings'
 # The dialog has the focus to itself: Escape goes to it.
 timeout 5 xdotool windowfocus --sync "$(window_named '^COM Settings')" key Escape || die "could not close COM Settings"
 sleep 0.3

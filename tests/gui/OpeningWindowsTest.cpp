@@ -105,6 +105,45 @@ TEST_F(OpeningWindows, AProjectOpensAtItsPanelsSizeWithTheFrameGrownForIt) {
   EXPECT_FALSE(scroll->verticalScrollBar()->isVisible());
 }
 
+TEST(QuickStart, WithoutAViewerTheMessageSaysWhereTheGuideIs) {
+  const std::string guide = std::string(QUORVEL_BIN_DIR) + "/QuickStart.pdf";
+  const struct {
+    const char* name;
+    std::string folder;
+    bool viewer;
+    std::string message;  // "" for none
+  } cases[] = {
+      {"a viewer opens it", std::string(QUORVEL_BIN_DIR) + "/", true, ""},
+      {"no viewer", std::string(QUORVEL_BIN_DIR) + "/", false, "No program is set up to open " + guide},
+      {"no guide", "/nonexistent/", true, "File not found: /nonexistent/QuickStart.pdf"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    platform::SystemClock clock;
+    platform::MemorySettingsStore store;
+    MainWindow frame(clock, platform::PortMap{}, store);
+    std::vector<std::string> boxes;
+    frame.SetMsgBoxSink([&boxes](const std::string& text) { boxes.push_back(text); });
+    frame.Load("");
+    frame.Globals().AppPath = c.folder;
+    QStringList opened;
+    frame.OpenDocument = [&](const QString& path) {
+      opened << path;
+      return c.viewer;
+    };
+    QAction* item = FindMenuItem(*frame.menuBar(), "&Help", "&Quick Start");
+    ASSERT_NE(item, nullptr);
+    item->trigger();
+    if (c.message.empty()) {
+      EXPECT_TRUE(boxes.empty());
+      EXPECT_EQ(opened, QStringList{QString::fromStdString(guide)});
+    } else {
+      ASSERT_EQ(boxes.size(), 1u);
+      EXPECT_EQ(boxes[0].substr(0, c.message.size()), c.message);
+    }
+  }
+}
+
 TEST_F(OpeningWindows, ARecentSession) {
   AddRecentSession(frame->Globals(), kSession);
   frame->SyncView();

@@ -88,6 +88,7 @@ MainWindow::MainWindow(platform::Clock& clock, platform::PortMap portMap, platfo
     return QFileDialog::getOpenFileName(this, "Open", QString::fromStdString(Globals().LastPath),
                                         "Project,Session (*.qvc *.qvs);;Project (*.qvc);;Session (*.qvs)");
   };
+  OpenDocument = [](const QString& path) { return QDesktopServices::openUrl(QUrl::fromLocalFile(path)); };
   ChooseSaveFile = [this] {
     QFileDialog dialog(this, "Save Session", QString::fromStdString(Globals().LastPath), "Session(*.qvs)");
     dialog.setAcceptMode(QFileDialog::AcceptSave);
@@ -452,7 +453,7 @@ void MainWindow::OpenCompanion(const std::string& file) {
   }
   // Without a program for the file type the desktop opens nothing and says
   // nothing; the user is told where the file is instead.
-  if (!QDesktopServices::openUrl(QUrl::fromLocalFile(path)))
+  if (!OpenDocument(path))
     MsgBox("No program is set up to open " + path.toStdString() + "\nOpen the file with a viewer of your choice.");
 }
 

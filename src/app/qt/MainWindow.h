@@ -75,6 +75,9 @@ class MainWindow : public QMainWindow, public frmQuorvelMain {
   std::function<int(const QString& text, const QString& title)> AskYesNoCancel;
   std::function<QString()> ChooseOpenFile;
   std::function<QString()> ChooseSaveFile;
+  // Hands a file to the program the desktop opens its type with; false when
+  // there is none.
+  std::function<bool(const QString& path)> OpenDocument;
 
   // The desktop session ends (logout, SIGTERM, SIGHUP): closes as File >
   // Exit does, settings and recent lists saved, but asks nothing.
