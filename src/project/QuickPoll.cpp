@@ -13,10 +13,10 @@ ProjectFile BuildQuickPollProject(const QuickPoll& poll, const CodePage& codePag
   if (poll.quantity < 1 || poll.start < 0 || poll.start + poll.quantity - 1 > 0xFFFF) {
     throw std::invalid_argument("the block must lie within addresses 0..65535");
   }
-  const std::string spec = std::string(kTables[poll.function - 1]) + ":" + std::to_string(poll.start) + "-" +
+  const std::string text = std::string(kTables[poll.function - 1]) + ":" + std::to_string(poll.start) + "-" +
                            std::to_string(poll.start + poll.quantity - 1) + ":" + poll.type;
   std::string error;
-  const auto rows = ParseRangeSpec(spec, error);
+  const auto rows = ParseRangeText(text, error);
   if (!rows) throw std::invalid_argument(error);
   ListProjectOptions options;
   options.periodMs = poll.periodMs;

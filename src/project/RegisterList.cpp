@@ -307,16 +307,16 @@ RegisterList ParseRegisterCsv(std::string_view text, const CodePage& codePage) {
   return list;
 }
 
-std::optional<std::vector<RegisterRow>> ParseRangeSpec(std::string_view spec, std::string& error) {
+std::optional<std::vector<RegisterRow>> ParseRangeText(std::string_view range, std::string& error) {
   // TABLE:FIRST-LAST[:TYPE][:swapped], TYPE itself may be "bits:N".
   std::vector<std::string> parts;
   for (std::size_t start = 0;;) {
-    const std::size_t colon = spec.find(':', start);
-    parts.emplace_back(spec.substr(start, colon == std::string_view::npos ? colon : colon - start));
+    const std::size_t colon = range.find(':', start);
+    parts.emplace_back(range.substr(start, colon == std::string_view::npos ? colon : colon - start));
     if (colon == std::string_view::npos) break;
     start = colon + 1;
   }
-  const std::string usage = "a range is like HR:0-9:int16 or C:0-15:bits:8, not '" + std::string(spec) + "'";
+  const std::string usage = "a range is like HR:0-9:int16 or C:0-15:bits:8, not '" + std::string(range) + "'";
   if (parts.size() < 2) {
     error = usage;
     return std::nullopt;
@@ -341,7 +341,7 @@ std::optional<std::vector<RegisterRow>> ParseRangeSpec(std::string_view spec, st
   const auto width = static_cast<std::uint32_t>(AddressCode(*code).width());
   const std::uint32_t count = *last - *first + 1;
   if (count % width != 0) {
-    error = "range '" + std::string(spec) + "': " + std::to_string(count) + " addresses do not make whole values of " +
+    error = "range '" + std::string(range) + "': " + std::to_string(count) + " addresses do not make whole values of " +
             std::to_string(width);
     return std::nullopt;
   }

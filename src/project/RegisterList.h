@@ -45,7 +45,7 @@ RegisterList ParseRegisterCsv(std::string_view text, const CodePage& codePage);
 // "HR:0-9:int16", "C:0-15:bits:8", "IR:10-13:float32:swapped": the values of
 // a block of addresses, each labelled with its address caption (HR0000).
 // The type may be left out (int16, or bits:1 for coils and discrete inputs).
-std::optional<std::vector<RegisterRow>> ParseRangeSpec(std::string_view spec, std::string& error);
+std::optional<std::vector<RegisterRow>> ParseRangeText(std::string_view range, std::string& error);
 
 // The element address code of a value of table `table` ("HR", "IR", "C",
 // "DI"), address and type ("int16" ... "bits:N"); nullopt with `error` set

@@ -124,7 +124,7 @@ TEST(ListProjectTest, RefusesWhatAProjectCannotHold) {
   EXPECT_THROW(BuildListProject(one, {std::string(240, 'x')}, CodePage::Default()), std::invalid_argument);
   EXPECT_THROW(BuildListProject(one, {"\xD0\x96"}, *CodePage::Find(1253)), std::invalid_argument);
   std::string error;
-  const auto many = ParseRangeSpec("C:0-65535:bits:1", error);
+  const auto many = ParseRangeText("C:0-65535:bits:1", error);
   ASSERT_TRUE(many);
   EXPECT_THROW(BuildListProject(*many, {}, CodePage::Default()), std::invalid_argument);
 }

@@ -160,7 +160,7 @@ TEST(RegisterListTest, ReportsEveryBadRowAndTheHeaderFaults) {
 
 TEST(RegisterListTest, RangesMakeWholeValuesLabelledByAddress) {
   struct Case {
-    const char* spec;
+    const char* range;
     std::vector<std::string> labels;
     int width;
   };
@@ -172,18 +172,18 @@ TEST(RegisterListTest, RangesMakeWholeValuesLabelledByAddress) {
   };
   for (const Case& c : cases) {
     std::string error;
-    const auto rows = ParseRangeSpec(c.spec, error);
-    ASSERT_TRUE(rows) << c.spec << ": " << error;
+    const auto rows = ParseRangeText(c.range, error);
+    ASSERT_TRUE(rows) << c.range << ": " << error;
     std::vector<std::string> labels;
     for (const auto& row : *rows) {
       labels.push_back(row.label);
-      EXPECT_EQ(AddressCode(row.code).width(), c.width) << c.spec;
+      EXPECT_EQ(AddressCode(row.code).width(), c.width) << c.range;
     }
-    EXPECT_EQ(labels, c.labels) << c.spec;
+    EXPECT_EQ(labels, c.labels) << c.range;
   }
   for (const char* bad : {"HR", "HR:9-0", "HR:0-2:int32", "C:0-1:int16", "HR:0-1:int16:sideways", "HR:0-70000"}) {
     std::string error;
-    EXPECT_FALSE(ParseRangeSpec(bad, error)) << bad;
+    EXPECT_FALSE(ParseRangeText(bad, error)) << bad;
     EXPECT_FALSE(error.empty()) << bad;
   }
 }

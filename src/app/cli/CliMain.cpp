@@ -37,12 +37,12 @@ const std::map<std::string, CommandEntry>& Commands() {
         "      (CSV columns: label,table,address,type,order,format,k,x0,writable; types: int16, uint16, int32, "
         "uint32,\n       float32, float64, hex16, hex32, bin16, bin8, hi8, lo8, bits:N)"}},
       {"monitor",
-       {RunMonitor, "monitor [--map COMn=PATH] [--com N] [--line SPEC] [--timing T] [--seconds S] [--json]"}},
+       {RunMonitor, "monitor [--map COMn=PATH] [--com N] [--line LINE] [--timing T] [--seconds S] [--json]"}},
       {"send",
-       {RunSend, "send [--map COMn=PATH] [--com N] [--line SPEC] [--timing T] [--timeout MS] [--no-crc] HEXBYTES..."}},
+       {RunSend, "send [--map COMn=PATH] [--com N] [--line LINE] [--timing T] [--timeout MS] [--no-crc] HEXBYTES..."}},
       {"scan",
        {RunScan,
-        "scan [--map COMn=PATH] [--com N] [--line SPEC] [--timing T] [--ids 1-247] [--timeout MS] "
+        "scan [--map COMn=PATH] [--com N] [--line LINE] [--timing T] [--ids 1-247] [--timeout MS] "
         "[--bauds 9600,19200,...]"}},
       {"bus", {RunBus, "bus --ends N [--baud B] [--drop K] [--flip K] [--noise K] [--echo] [--link DIR]"}},
       {"nullmodem", {RunNullModem, "nullmodem [--baud B] [--drop N] [--flip N] [--noise N] [--echo] [--link DIR]"}},

@@ -67,8 +67,8 @@ int RunNew(const Args& args, Io& io) {
     }
     rows = std::move(list.rows);
   } else {
-    for (const std::string& spec : ranges) {
-      const auto range = ParseRangeSpec(spec, error);
+    for (const std::string& text : ranges) {
+      const auto range = ParseRangeText(text, error);
       if (!range) return UsageError(io, "new", error);
       rows.insert(rows.end(), range->begin(), range->end());
     }
