@@ -301,8 +301,8 @@ void clsCOM::HitMaster() {
     case kWaitingFirst: {
       const std::int32_t event = CheckEvent();
       if (event == kComplete) {
-        if (Framed() && !ascii_) {
-          read_.StartFramed(buffer_, answerRule_, silenceMs_, now);
+        if (Framed()) {
+          read_.StartFramed(buffer_, ascii_ ? asciiRule_ : answerRule_, FrameSilenceMs(), now);
         } else {
           StartRead(0, bufferSize_);
         }
@@ -313,7 +313,7 @@ void clsCOM::HitMaster() {
       break;
     }
     case kReading: {
-      const std::int32_t r = ascii_ ? ReadASCII() : ReadRTU();
+      const std::int32_t r = GathersAscii() ? ReadASCII() : ReadRTU();
       if (r == kComplete) {
         code = received_ == expectedLength_ ? MODBUS::kFrameComplete : MODBUS::kFrameOtherLength;
       } else if (ascii_ && r == kNoFrame) {
@@ -371,7 +371,7 @@ void clsCOM::HitSlave() {
   // Our answer did not come back as sent: it collided with someone else's.
   if (EchoMismatches() > 0)
     if (DeviceLink* device = FindDevice(answeredId_)) device->CountFrameError();
-  const std::int32_t r = ascii_ ? ReadASCIISlave() : ReadRTU();
+  const std::int32_t r = GathersAscii() ? ReadASCIISlave() : ReadRTU();
   if (r == kPending) return;
   const std::span<const std::uint8_t> got(buffer_.data(), static_cast<std::size_t>(received_));
   const bool foreign = read_.Found() == FrameKind::Foreign;
@@ -388,7 +388,7 @@ void clsCOM::HitSlave() {
 }
 
 void clsCOM::HitMonitor() {
-  const std::int32_t r = ascii_ ? ReadASCIISlave() : ReadRTU();
+  const std::int32_t r = GathersAscii() ? ReadASCIISlave() : ReadRTU();
   if (r == kPending) return;
   if (r == kComplete && received_ > 0) {
     const std::span<const std::uint8_t> frame(buffer_.data(), static_cast<std::size_t>(received_));
@@ -437,8 +437,8 @@ void clsCOM::Listen() {
     // A Monitor splits frames by their lengths in every timing, so that it
     // tells a request from the answer that follows it at once; Classic only
     // gives it its longer silence.
-    const double silence = Framed() ? silenceMs_ : static_cast<double>(timeouts_.ReadIntervalTimeout);
-    read_.StartFramed(buffer_, requestRule_, silence, clock_.GetTimeMs());
+    const double silence = Framed() ? FrameSilenceMs() : static_cast<double>(timeouts_.ReadIntervalTimeout);
+    read_.StartFramed(buffer_, RequestRule(), silence, clock_.GetTimeMs());
   } else {
     StartRead(0, bufferSize_);
   }
