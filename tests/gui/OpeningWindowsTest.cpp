@@ -7,20 +7,20 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QMenuBar>
 #include <QScreen>
 #include <QScrollArea>
 #include <QScrollBar>
-#include <QMdiSubWindow>
-#include <QMenuBar>
 #include <QTest>
 #include <filesystem>
 #include <future>
 
+#include "MenuTestSupport.h"
 #include "app/RecentLists.h"
 #include "app/qt/DeviceWindow.h"
 #include "app/qt/MainWindow.h"
 #include "platform/InstanceLink.h"
-#include "MenuTestSupport.h"
 
 namespace quorvel {
 namespace {
@@ -154,11 +154,20 @@ TEST_F(OpeningWindows, ARecentSession) {
   ASSERT_NE(active, nullptr);
   EXPECT_EQ(frame->Menus().Window(), &static_cast<DeviceWindow*>(active->widget())->Core());
   EXPECT_NE(MenuTitles(), "&File|&Help");
+  // Each window comes up where and as large as the session keeps it (twips),
+  // and reading it back from the screen gives the same place.
+  const WindowPlacement kept[] = {{0, 0, 11040, 7800}, {600, 600, 11040, 7800}};
+  for (std::size_t i = 0; i < 2; ++i) {
+    EXPECT_EQ(frame->Views()[i]->Core().Placement, kept[i]) << i;
+    EXPECT_EQ(frame->Views()[i]->parentWidget()->geometry(),
+              QRect(static_cast<int>(kept[i].Left / 15), static_cast<int>(kept[i].Top / 15), 736, 520))
+        << i;
+  }
 }
 
 TEST_F(OpeningWindows, AProjectHandedOverByASecondCopy) {
-  const std::string dir = (std::filesystem::temp_directory_path() / ("quorvel-gui-link-" + std::to_string(getpid())))
-                              .string();
+  const std::string dir =
+      (std::filesystem::temp_directory_path() / ("quorvel-gui-link-" + std::to_string(getpid()))).string();
   std::string error;
   ASSERT_TRUE(platform::PrepareLinkDirectory(dir, error)) << error;
   platform::InstanceClaim claim = platform::ClaimInstance(dir);
