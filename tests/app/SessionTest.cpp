@@ -154,7 +154,7 @@ TEST(Session, RoundTripRestoresWindowsPortsAndPlaces) {
       {sibling, {kMaster, 1, 247, 300, 100, 0, false, {300, 300, 6000.25f, 4000}}},
       {below, {kSlave, 2, 5, 50, 60, 70, true, {600, 600, 5000, 3000}}},
       {foreign, {kMonitor, 0, 9, 0, 0, 0, true, {1, 2, 3, 4}}},
-      {beside, {kMonitor, 16, 0, -1, 2147483647, -2147483647 - 1, false, {-15, -30, 0, 0}}},
+      {beside, {kMonitor, 16, 0, 0, 2147483647, -2147483647 - 1, false, {-15, -30, 0, 0}}},
   };
   const std::string file = dir.Make("work/s.qvs");
   {
