@@ -144,6 +144,9 @@ TEST_F(RunSession, RefusesProjectOptionsAndUnknownTimings) {
   } cases[] = {
       {{"run", "--com", "3", kSession}, "--com is for a project"},
       {{"run", "--timing", "slow", kSession}, "timing is classic, standard or fast, not 'slow'"},
+      {{"run", "--seconds", "nan", kSession}, "not a number of seconds: 'nan'"},
+      {{"run", "--seconds", "inf", kSession}, "not a number of seconds: 'inf'"},
+      {{"monitor", "--seconds", "INF"}, "not a number of seconds: 'INF'"},
   };
   for (const auto& c : cases) {
     const CliRun run = RunCli(c.args);
