@@ -71,9 +71,9 @@ TEST(CodePageSetting, AProjectIn1251ShowsItsTextsAndFindsItsRequest) {
 
   platform::NullModem modem;
   std::thread line([&] { modem.Run(); });
-  const cli::CliRun run =
-      cli::RunCli({"run", "--map", "COM1=" + modem.Path(platform::End::A), "--seconds", "0.05", "--codepage", "1251",
-                   "--user-request", "\xD0\xA1\xD0\xB1\xD1\x80\xD0\xBE\xD1\x81", project});
+  const cli::CliRun run = cli::RunCli({"run", "--map", "COM1=" + modem.Path(platform::End::A), "--seconds", "0.05",
+                                       "--codepage", "1251", "--user-request", "\xD0\xA1\xD0\xB1\xD1\x80\xD0\xBE\xD1\x81",
+                                       project});
   modem.Stop();
   line.join();
   ASSERT_EQ(run.status, 0) << run.err;
