@@ -247,23 +247,16 @@ ProjectLoad LoadProject(const std::string& path, PanelFactory& panel, const Code
   }
   // The header is looked at before the rest is read, so that a large file
   // of something else is turned away at once.
+  const auto refused = [](std::string message) {
+    ProjectLoad out;
+    out.messages.push_back(std::move(message));
+    return out;
+  };
   platform::BoundedFile file;
   std::string bytes, error;
-  if (!file.Open(path, error) || !file.Read(kHeaderLimit, bytes, error)) {
-    ProjectLoad out;
-    out.messages.push_back(error);
-    return out;
-  }
-  if (!IsProjectHeader(AsBytes(bytes))) {
-    ProjectLoad out;
-    out.messages.push_back(kUnknownFormat + path);
-    return out;
-  }
-  if (!file.ReadRest(platform::kProjectFileLimit, bytes, error)) {
-    ProjectLoad out;
-    out.messages.push_back(error);
-    return out;
-  }
+  if (!file.Open(path, error) || !file.Read(kHeaderLimit, bytes, error)) return refused(error);
+  if (!IsProjectHeader(AsBytes(bytes))) return refused(kUnknownFormat + path);
+  if (!file.ReadRest(platform::kProjectFileLimit, bytes, error)) return refused(error);
   ProjectLoad out = LoadProjectBytes(AsBytes(bytes), path, panel, codePage);
   out.title = fsPath.filename().string();
   return out;
