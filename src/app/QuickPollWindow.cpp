@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "platform/AtomicFile.h"
+#include "platform/BoundedRead.h"
 #include "project/ProjectWriter.h"
 
 namespace quorvel {
@@ -74,7 +75,7 @@ frmQuorvel* OpenQuickPoll(frmQuorvelMain& frame, const QuickPollTarget& target, 
 
 bool SaveProjectAs(frmQuorvel& window, const std::string& path, std::string& error) {
   std::string bytes;
-  if (!platform::ReadWholeFile(window.ProjectFile(), bytes, error)) return false;
+  if (!platform::ReadWholeFile(window.ProjectFile(), platform::kProjectFileLimit, bytes, error)) return false;
   if (!platform::WriteFileAtomically(path, bytes, error)) return false;
   window.MoveProjectFile(path);
   window.host().MarkSessionChanged();

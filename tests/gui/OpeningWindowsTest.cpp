@@ -2,7 +2,10 @@
 // the ways the program offers: the window that comes up is the active one and
 // the menu bar is its own, not the bare frame's; its menu then works on it.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <QApplication>
 #include <QClipboard>
@@ -163,6 +166,32 @@ TEST_F(OpeningWindows, ARecentSession) {
               QRect(static_cast<int>(kept[i].Left / 15), static_cast<int>(kept[i].Top / 15), 736, 520))
         << i;
   }
+}
+
+// A recent entry that now names a FIFO (or a device) is refused at once with
+// a message; the window stays responsive and opens nothing.
+TEST_F(OpeningWindows, ARecentEntryThatIsNoFileIsRefusedAtOnce) {
+  const auto dir = std::filesystem::temp_directory_path() / ("quorvel-gui-fifo-" + std::to_string(getpid()));
+  std::filesystem::create_directories(dir);
+  const std::string project = (dir / "pipe.qvc").string(), session = (dir / "pipe.qvs").string();
+  std::vector<int> writers;
+  for (const std::string& path : {project, session}) {
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    // Held open here so that even a reader that waited for a writer would not hang the test.
+    writers.push_back(open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC));
+  }
+  std::vector<std::string> boxes;
+  frame->SetMsgBoxSink([&](const std::string& text) { boxes.push_back(text); });
+  AddRecentFile(frame->Globals(), project);
+  AddRecentSession(frame->Globals(), session);
+  frame->SyncView();
+  TriggerFileItem(QString::fromStdString("&1 " + project));
+  TriggerFileItem(QString::fromStdString("Session &1 " + session));
+  EXPECT_TRUE(frame->Views().empty());
+  EXPECT_EQ(boxes, (std::vector<std::string>{"Cannot read " + project + ": not a regular file",
+                                             "Cannot read " + session + ": not a regular file"}));
+  for (const int fd : writers) close(fd);
+  std::filesystem::remove_all(dir);
 }
 
 TEST_F(OpeningWindows, AProjectHandedOverByASecondCopy) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <cstdio>
 
 #include "project/CodePage.h"
@@ -40,11 +41,15 @@ std::optional<double> ParseDouble(const std::string& text) {
   const char* last = text.data() + text.size();
   if (first != last && *first == '+') ++first;
   const auto [end, ec] = std::from_chars(first, last, value);
-  if (ec != std::errc() || end != last || first == last) return std::nullopt;
+  // No option takes a NaN or an infinity (a run without end is --seconds 0).
+  if (ec != std::errc() || end != last || first == last || !std::isfinite(value)) return std::nullopt;
   return value;
 }
 
 std::string NumberText(double value) {
+  // Spelt as a panel element shows them, so both lines of `decode` agree.
+  if (std::isnan(value)) return "NaN";
+  if (std::isinf(value)) return value > 0 ? "Inf" : "-Inf";
   char buffer[64];
   const auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, value);
   return ec == std::errc() ? std::string(buffer, end) : std::string("?");

@@ -32,7 +32,7 @@ std::optional<double> ParseDouble(const std::string& text);
 // and `error` lists the supported ones.
 const CodePage* ParseCodePage(const std::string& text, std::string& error);
 
-// The shortest text that reads back as the same double.
+// The shortest text that reads back as the same double; "NaN", "Inf", "-Inf".
 std::string NumberText(double value);
 
 // Splits "--name value" options listed in `names`, and the options listed in

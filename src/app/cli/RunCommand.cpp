@@ -229,19 +229,24 @@ int RunRun(const Args& args, Io& io) {
     }
     WriteTraffic(frame, *target == "-" ? io.err : trafficFile);
   }
-  // Typed and chosen once the windows are connected, as a user would.
+  // Typed and chosen once the windows are connected, as a user would. A
+  // label that names nothing is a mistake in the command, so the run still
+  // goes, to show what it can, but does not end as a success.
+  int result = kOk;
   for (const auto& action : writes) {
-    const std::string outcome = TypeInto(*frame.Devices()[action.window - 1], action.label, action.text);
-    if (!outcome.empty()) frame.Tell(outcome);
+    const Typed typed = TypeInto(*frame.Devices()[action.window - 1], action.label, action.text);
+    if (!typed.refusal.empty()) frame.Tell(typed.refusal);
+    if (!typed.found) result = kFailed;
   }
   for (const auto& action : requests)
-    if (!ChooseUserRequest(*frame.Devices()[action.window - 1], action.label))
+    if (!ChooseUserRequest(*frame.Devices()[action.window - 1], action.label)) {
       frame.Tell("window " + std::to_string(action.window) + " has no user request " + action.label);
+      result = kFailed;
+    }
 
   frame.Drive(stop, seconds);
   WriteTraffic(frame, std::nullopt);
 
-  int result = kOk;
   if (const std::string* target = options.find("--save-session")) {
     // Without a screen nothing has a size; the desktop's defaults stand in.
     GiveDefaultPlacements(frame);

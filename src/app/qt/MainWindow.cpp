@@ -33,6 +33,7 @@
 #include "dialogs/qt/MessageWindow.h"
 #include "dialogs/qt/SlaveAddressDialog.h"
 #include "dialogs/qt/UserWriteDialog.h"
+#include "platform/BoundedRead.h"
 
 namespace quorvel {
 namespace {
@@ -472,10 +473,10 @@ void MainWindow::RunFrameCommand(FrameCommand command, int index) {
       break;
     case FrameCommand::OnTheWeb: {
       // An Internet shortcut: its URL= line is what a browser opens.
-      QFile shortcut(QString::fromStdString(Globals().AppPath + "Draventa.url"));
+      std::string shortcut, problem;
       QString url;
-      if (shortcut.open(QIODevice::ReadOnly | QIODevice::Text))
-        for (const QByteArray& line : shortcut.readAll().split('\n'))
+      if (platform::ReadWholeFile(Globals().AppPath + "Draventa.url", platform::kLinkFileLimit, shortcut, problem))
+        for (const QByteArray& line : QByteArray::fromStdString(shortcut).split('\n'))
           if (line.trimmed().startsWith("URL=")) url = QString::fromUtf8(line.trimmed().mid(4));
       if (url.isEmpty())
         OpenCompanion("Draventa.url");
