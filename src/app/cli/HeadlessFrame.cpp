@@ -32,6 +32,9 @@ void HeadlessFrame::ShowUserWrite(frmQuorvel& window, const ElementCollection& e
 
 void HeadlessFrame::Drive(const platform::StopSignals& stop, double seconds, const std::function<void()>& everySecond) {
   using Clock = std::chrono::steady_clock;
+  // A run longer than the clock can count (some 290 years) runs until stopped.
+  constexpr double kLongestSeconds = 1e9;
+  if (seconds >= kLongestSeconds) seconds = 0;
   const auto start = Clock::now();
   const auto end = start + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
   auto nextReport = start + std::chrono::seconds(1);
