@@ -49,7 +49,13 @@ void frmQuorvelMain::CloseDevice(frmQuorvel& window) {
   // A project enters the recent list as its window closes.
   AddRecentFile(globals_, (*it)->ProjectFile());
   (*it)->Form_Unload();
+  quickPolls_.erase(it->get());
   forms_.erase(it);
+}
+
+QuickPollSource* frmQuorvelMain::QuickPollOf(const frmQuorvel& window) {
+  const auto found = quickPolls_.find(&window);
+  return found == quickPolls_.end() ? nullptr : &found->second;
 }
 
 std::vector<frmQuorvel*> frmQuorvelMain::DeviceWindows() {

@@ -23,6 +23,7 @@
 #include "app/Startup.h"
 #include "app/TileToFit.h"
 #include "app/qt/DeviceWindow.h"
+#include "app/qt/QuickPollCommands.h"
 #include "app/qt/TrafficWindow.h"
 #include "device/qt/Twips.h"
 #include "dialogs/frmCOMSettings.h"
@@ -230,6 +231,12 @@ QMdiSubWindow* MainWindow::AddView(frmQuorvel& window) {
   QMdiSubWindow* sub = area_->addSubWindow(view);
   sub->setAttribute(Qt::WA_DeleteOnClose);
   frmQuorvel* core = &window;
+  // Only a quick poll's values have a menu; other windows' boxes keep none.
+  view->Panel().OnValueMenu([this, core](int box, const QPoint& at) {
+    const std::unique_ptr<QMenu> menu = ValueMenu(*this, *core, box);
+    if (menu) menu->exec(at);
+    return menu != nullptr;
+  });
   // Closed by the user: the view is gone (its panel with it), then the core.
   connect(sub, &QObject::destroyed, this, [this, core] {
     views_.erase(core);
