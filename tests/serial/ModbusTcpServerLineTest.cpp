@@ -3,48 +3,15 @@
 // its request's header, and clients that leave or break take their requests.
 
 #include <gtest/gtest.h>
-#include <netinet/in.h>
 #include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
+#include "LoopbackClient.h"
 #include "SerialTestSupport.h"
 #include "modbus/MbapCodec.h"
 #include "serial/ModbusTcpServerLine.h"
 
 namespace quorvel::test {
 namespace {
-
-// A blocking client socket connected to 127.0.0.1:`port`.
-class TestClient {
- public:
-  explicit TestClient(std::uint16_t port) : fd_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    sockaddr_in to{};
-    to.sin_family = AF_INET;
-    to.sin_port = htons(port);
-    to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    connected_ = connect(fd_, reinterpret_cast<const sockaddr*>(&to), sizeof to) == 0;
-  }
-  ~TestClient() { Close(); }
-  bool Connected() const { return connected_; }
-  void Send(const Bytes& bytes) { ASSERT_EQ(send(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL), std::ssize(bytes)); }
-  void Close() {
-    if (fd_ >= 0) close(fd_);
-    fd_ = -1;
-  }
-  // What arrives within `ms`.
-  Bytes Receive(int ms = 2000) {
-    pollfd p{fd_, POLLIN, 0};
-    if (poll(&p, 1, ms) <= 0) return {};
-    std::uint8_t buffer[512];
-    const ssize_t n = recv(fd_, buffer, sizeof buffer, 0);
-    return n > 0 ? Bytes(buffer, buffer + n) : Bytes{};
-  }
-
- private:
-  int fd_;
-  bool connected_ = false;
-};
 
 bool Readable(int fd, int ms) {
   pollfd p{fd, POLLIN, 0};
@@ -77,13 +44,13 @@ class ModbusTcpServer : public testing::Test {
 };
 
 TEST_F(ModbusTcpServer, AnswersGoBackToEachClientUnderItsOwnHeader) {
-  TestClient a(server.Port());
-  TestClient b(server.Port());
+  LoopbackClient a(server.Port());
+  LoopbackClient b(server.Port());
   ASSERT_TRUE(a.Connected() && b.Connected());
-  a.Send(Request(0x1234, 5, 0x10));
+  ASSERT_TRUE(a.Send(Request(0x1234, 5, 0x10)));
   const Bytes first = NextFrame(server);
   EXPECT_EQ(first, Sealed({5, 0x03, 0x00, 0x10, 0x00, 0x01}));
-  b.Send(Request(0x0042, 7, 0x20));
+  ASSERT_TRUE(b.Send(Request(0x0042, 7, 0x20)));
   // One at a time: B's request waits while A's is under way.
   ASSERT_TRUE(Readable(server.Descriptor(), 2000));
   server.Write(Sealed({5, 0x03, 0x02, 0xAB, 0xCD}));
@@ -96,10 +63,10 @@ TEST_F(ModbusTcpServer, AnswersGoBackToEachClientUnderItsOwnHeader) {
 }
 
 TEST_F(ModbusTcpServer, RequestLeftUnansweredIsGivenUpForTheNext) {
-  TestClient a(server.Port());
-  a.Send(Request(1, 9, 0));  // for a unit nobody emulates
+  LoopbackClient a(server.Port());
+  ASSERT_TRUE(a.Send(Request(1, 9, 0)));  // for a unit nobody emulates
   EXPECT_FALSE(NextFrame(server).empty());
-  a.Send(Request(2, 1, 0));
+  ASSERT_TRUE(a.Send(Request(2, 1, 0)));
   EXPECT_EQ(NextFrame(server), Sealed({1, 0x03, 0x00, 0x00, 0x00, 0x01}));
   server.Write(Sealed({1, 0x03, 0x02, 0x00, 0x01}));
   const Bytes answer = a.Receive();
@@ -108,11 +75,11 @@ TEST_F(ModbusTcpServer, RequestLeftUnansweredIsGivenUpForTheNext) {
 }
 
 TEST_F(ModbusTcpServer, DescriptorStaysReadableWhileRequestsWait) {
-  TestClient a(server.Port());
+  LoopbackClient a(server.Port());
   Bytes two = Request(1, 1, 0);
   const Bytes second = Request(2, 1, 4);
   two.insert(two.end(), second.begin(), second.end());
-  a.Send(two);  // both in one segment
+  ASSERT_TRUE(a.Send(two));  // both in one segment
   EXPECT_FALSE(NextFrame(server).empty());
   EXPECT_TRUE(Readable(server.Descriptor(), 0)) << "the second request was read in already";
   server.Write(Sealed({1, 0x03, 0x02, 0x00, 0x01}));
@@ -122,9 +89,9 @@ TEST_F(ModbusTcpServer, DescriptorStaysReadableWhileRequestsWait) {
 }
 
 TEST_F(ModbusTcpServer, ClientsThatLeaveOrBreakTakeTheirRequests) {
-  TestClient leaving(server.Port());
-  TestClient liar(server.Port());
-  TestClient staying(server.Port());
+  LoopbackClient leaving(server.Port());
+  LoopbackClient liar(server.Port());
+  LoopbackClient staying(server.Port());
   leaving.Send(Request(1, 1, 0));
   EXPECT_FALSE(NextFrame(server).empty());  // under way
   Bytes more = Request(2, 1, 2);
