@@ -59,6 +59,7 @@ bool clsCOM::OpenCOM(std::int16_t& com) {
 
   line_ = std::move(line);
   echo_ = echo;
+  wholeFrames_ = line_->WholeFrames();
   if (!entry_.Traffic) entry_.Traffic = std::make_shared<TrafficLog>();
   const auto wall = std::chrono::system_clock::now().time_since_epoch();
   entry_.Traffic->Anchor(clock_.Nanoseconds() / 1000,
@@ -210,11 +211,28 @@ void clsCOM::Drain(double nowMs) {
 }
 
 double clsCOM::QuietUntilMs() const {
-  const double silence = timing_ == LineTiming::Standard ? silenceMs_ : 0;
+  // Frames that travel whole need no gap between them.
+  const double silence = timing_ == LineTiming::Standard && !wholeFrames_ ? silenceMs_ : 0;
   return lastHeardMs_ + std::max(silence, quietNeededMs_);
 }
 
 int clsCOM::EchoMismatches() { return echo_ ? echo_->TakeMismatches() : 0; }
+
+void clsCOM::CountDroppedFrames() {
+  // Asked of a lost line too: a frame cut short by the loss is counted.
+  if (!line_) return;
+  const int dropped = line_->TakeDroppedFrames();
+  if (dropped == 0) return;
+  // Frames the line turned away count against the window that waits on the
+  // port, as a frame that came broken would.
+  for (std::size_t i = 0; i < devices_.DeviceCount(); ++i) {
+    DeviceLink& device = devices_.Device(i);
+    if (device.WaitResponce() && device.COM() == com_) {
+      for (int n = 0; n < dropped; ++n) device.CountFrameError();
+      return;
+    }
+  }
+}
 
 void clsCOM::RecordSent(bool response, std::int32_t count) {
   if (!entry_.Traffic) return;
@@ -286,6 +304,7 @@ void clsCOM::Hit() {
 void clsCOM::HitMaster() {
   const double now = clock_.GetTimeMs();
   echoMismatches_ += EchoMismatches();
+  CountDroppedFrames();
   std::int32_t code = 0;
   switch (state_) {
     case kSending:

@@ -135,6 +135,8 @@ class clsCOM {
   bool WriteRequest(double nowMs);
   // Echo mismatches since the last look.
   int EchoMismatches();
+  // Frames the line dropped (a Modbus TCP answer to another transaction).
+  void CountDroppedFrames();
   // Into the port's traffic log. A received frame is judged by its checksum
   // and, for one that fails, by whether it has the length its header says.
   void RecordSent(bool response, std::int32_t count);
@@ -206,6 +208,7 @@ class clsCOM {
   static constexpr double kAsciiGapMs = 1000;
   const FrameRule asciiRule_ = FrameRule::Ascii();
   platform::EchoLine* echo_ = nullptr;  // the line itself, when it removes echo
+  bool wholeFrames_ = false;            // the line hands over whole frames (Modbus TCP)
   FrameRule answerRule_ = FrameRule::AnswerFrom(0, 0);
   FrameRule requestRule_ = FrameRule::Requests();
   bool writeKept_ = false;       // a request waits for a quiet line

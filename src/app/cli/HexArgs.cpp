@@ -98,4 +98,14 @@ const CodePage* ParseCodePage(const std::string& text, std::string& error) {
   return nullptr;
 }
 
+int ReadSeconds(const std::string& command, const Options& options, double& seconds, Io& io) {
+  seconds = 0;
+  if (const std::string* text = options.find("--seconds")) {
+    const auto value = ParseDouble(*text);
+    if (!value || *value < 0) return UsageError(io, command, "not a number of seconds: '" + *text + "'");
+    seconds = *value;
+  }
+  return kOk;
+}
+
 }  // namespace quorvel::cli

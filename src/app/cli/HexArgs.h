@@ -49,4 +49,8 @@ struct Options {
 bool SplitOptions(const Args& args, std::span<const char* const> names, Options& options, std::string& error,
                   std::span<const char* const> flags = {});
 
+// Reads --seconds (how long to run; 0, the default, until stopped) into
+// `seconds`. Returns kOk, or the status of the usage error it has printed.
+int ReadSeconds(const std::string& command, const Options& options, double& seconds, Io& io);
+
 }  // namespace quorvel::cli
