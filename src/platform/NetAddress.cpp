@@ -140,15 +140,37 @@ int FirstSocket(const NetAddress& address, bool passive, const std::string& path
 
 }  // namespace
 
+void NoDelay(int fd) {
+  // Requests are small and each waits for its answer: no coalescing delay.
+  const int on = 1;
+  setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+}
+
 int ConnectTcp(const NetAddress& address, double timeoutMs, const std::string& path, OpenFailure& failure) {
   const int fd = FirstSocket(address, false, path, ECONNREFUSED, failure, [timeoutMs](int s, const addrinfo& a) {
     const int error = connect(s, a.ai_addr, a.ai_addrlen) == 0 ? 0 : errno;
     return error == EINPROGRESS ? FinishConnect(s, timeoutMs) : error;
   });
-  // Requests are small and each waits for its answer: no coalescing delay.
-  const int on = 1;
-  if (fd >= 0) setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+  if (fd >= 0) NoDelay(fd);
   return fd;
+}
+
+int StartConnectTcp(const NetAddress& address, const std::string& path, OpenFailure& failure) {
+  return FirstSocket(address, false, path, ECONNREFUSED, failure, [](int s, const addrinfo& a) {
+    const int error = connect(s, a.ai_addr, a.ai_addrlen) == 0 ? 0 : errno;
+    return error == EINPROGRESS ? 0 : error;
+  });
+}
+
+int ConnectProgress(int fd) {
+  pollfd p{fd, POLLOUT, 0};
+  const int n = poll(&p, 1, 0);
+  if (n < 0) return errno == EINTR ? EINPROGRESS : errno;
+  if (n == 0) return EINPROGRESS;
+  int error = 0;
+  socklen_t size = sizeof error;
+  if (getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size) != 0) return errno;
+  return error;
 }
 
 int ListenTcp(const NetAddress& address, const std::string& path, OpenFailure& failure) {

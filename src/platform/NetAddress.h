@@ -43,6 +43,17 @@ OpenFailure NetworkFailure(const std::string& path, OpenCause cause, int error);
 // with `failure` telling why (its path `path`).
 int ConnectTcp(const NetAddress& address, double timeoutMs, const std::string& path, OpenFailure& failure);
 
+// A non-blocking TCP socket whose connect to `address` has been started and
+// may still be under way (see ConnectProgress), or -1 with `failure`.
+int StartConnectTcp(const NetAddress& address, const std::string& path, OpenFailure& failure);
+
+// Sends small writes at once instead of gathering them.
+void NoDelay(int fd);
+
+// How a connect started by StartConnectTcp stands, without waiting: 0 when
+// connected, EINPROGRESS while under way, else the errno it failed with.
+int ConnectProgress(int fd);
+
 // A non-blocking socket listening on `address`, or -1 with `failure`.
 int ListenTcp(const NetAddress& address, const std::string& path, OpenFailure& failure);
 

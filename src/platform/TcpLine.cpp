@@ -5,24 +5,67 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <utility>
 
 namespace quorvel::platform {
+namespace {
+
+double SteadyMs() {
+  return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+}  // namespace
 
 TcpLine::TcpLine(std::string path, double connectTimeoutMs)
     : path_(std::move(path)), connectTimeoutMs_(connectTimeoutMs) {}
 
-TcpLine::~TcpLine() { Close(); }
+TcpLine::~TcpLine() {
+  Close();
+  if (connecting_ >= 0) close(connecting_);
+}
 
 OpenFailure TcpLine::Open(const LineSettings& /*settings*/) {
   Close();
   const std::optional<NetAddress> address = ParseNetPath(path_);
-  OpenFailure failure;
   if (!address) return NetworkFailure(path_, OpenCause::NotAnAddress, EINVAL);
-  fd_ = ConnectTcp(*address, connectTimeoutMs_, path_, failure);
+  if (connectedOnce_) return Reconnect(*address);
+  OpenFailure failure;
+  const int fd = ConnectTcp(*address, connectTimeoutMs_, path_, failure);
+  if (fd < 0) return failure;
+  Connected(fd);
+  return {};
+}
+
+OpenFailure TcpLine::Reconnect(const NetAddress& address) {
+  const double now = SteadyMs();
+  if (connecting_ >= 0 && now - connectingSinceMs_ >= connectTimeoutMs_ &&
+      ConnectProgress(connecting_) == EINPROGRESS) {
+    close(std::exchange(connecting_, -1));  // given up: try afresh
+  }
+  if (connecting_ < 0) {
+    OpenFailure failure;
+    connecting_ = StartConnectTcp(address, path_, failure);
+    if (connecting_ < 0) return failure;
+    connectingSinceMs_ = now;
+  }
+  // A connection on this host may be made at once.
+  const int error = ConnectProgress(connecting_);
+  if (error == 0) {
+    const int fd = std::exchange(connecting_, -1);
+    NoDelay(fd);
+    Connected(fd);
+    return {};
+  }
+  if (error != EINPROGRESS) close(std::exchange(connecting_, -1));
+  return NetworkFailure(path_, OpenCause::Other, error);
+}
+
+void TcpLine::Connected(int fd) {
+  fd_ = fd;
+  connectedOnce_ = true;
   gone_ = false;
   pending_.clear();
-  return fd_ < 0 ? failure : OpenFailure{};
 }
 
 void TcpLine::Close() {

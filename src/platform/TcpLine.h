@@ -7,7 +7,9 @@
 // Open connects, giving up after the connect time-out; line settings are the
 // device server's business and are ignored here. A connection the other end
 // closes or resets is Gone, as an adapter pulled out: the port closes it and
-// connects again later.
+// connects again later. Connecting again never waits: the connect is started
+// and looked at on the next tries, so that a host that has gone silent does
+// not hold up the program for the connect time-out each time.
 
 #include <cstdint>
 #include <string>
@@ -40,11 +42,18 @@ class TcpLine final : public SerialLine {
  private:
   IoResult FlushPending();
   IoResult Failure(int error);
+  // Connecting again after a connection was lost: starts the connect, or
+  // looks at the one under way.
+  OpenFailure Reconnect(const NetAddress& address);
+  void Connected(int fd);
 
   std::string path_;
   double connectTimeoutMs_;
   int fd_ = -1;
   bool gone_ = false;
+  bool connectedOnce_ = false;
+  int connecting_ = -1;  // a connect under way when connecting again
+  double connectingSinceMs_ = 0;
   std::vector<std::uint8_t> pending_;  // written, not yet taken by the socket
 };
 

@@ -101,5 +101,34 @@ TEST(NetAddress, ListeningOnPortZeroTakesAFreePort) {
   close(fd);
 }
 
+// A host that has gone silent (here: a listener whose queue is full, so the
+// system drops the connect) does not hold up connecting again: the try comes
+// back at once as under way, and a later try finds the connection made.
+TEST(NetAddress, ConnectingAgainNeverWaits) {
+  OpenFailure failure;
+  const int listener = ListenTcp({NetKind::RawTcp, "127.0.0.1", 0}, "x", failure);
+  ASSERT_GE(listener, 0);
+  ASSERT_EQ(listen(listener, 0), 0);  // room for the one connection not yet taken
+  const std::string path = "tcp://127.0.0.1:" + std::to_string(LocalPort(listener));
+  TcpLine line(path, 60000);
+  ASSERT_FALSE(line.Open({}));
+  // The first connection waits in the queue; the line loses it.
+  line.Close();
+  const OpenFailure again = line.Open({});
+  ASSERT_TRUE(again);
+  EXPECT_EQ(again.error, EINPROGRESS);
+  EXPECT_FALSE(line.IsOpen());
+  // Taking the first connection frees the queue; the system sends the
+  // dropped connect again within a few seconds.
+  close(accept(listener, nullptr, nullptr));
+  bool open = false;
+  for (int i = 0; i < 100 && !open; ++i) {
+    open = !line.Open({});
+    if (!open) usleep(100000);
+  }
+  EXPECT_TRUE(open);
+  close(listener);
+}
+
 }  // namespace
 }  // namespace quorvel::platform
