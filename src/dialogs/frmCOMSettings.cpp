@@ -4,8 +4,9 @@
 #include <limits>
 
 #include "convert/Val.h"
-#include "platform/SerialDevices.h"
 #include "device/frmQuorvel.h"
+#include "platform/NetAddress.h"
+#include "platform/SerialDevices.h"
 #include "serial/clsCOM.h"
 
 namespace quorvel {
@@ -14,6 +15,8 @@ const std::array<const char*, 12> frmCOMSettings::kBaudRates = {
     " 300", " 600", " 1200", " 2400", " 4800", " 9600", " 14400", " 19200", " 38400", " 56000", " 57600", " 115200"};
 const std::array<const char*, 3> frmCOMSettings::kParities = {" None", " Odd", " Even"};
 const std::array<const char*, 2> frmCOMSettings::kStopBits = {" 1 stop bit", " 2 stop bits"};
+
+bool frmCOMSettings::LineControls_Enabled() const { return !platform::IsNetworkPath(cmbPath); }
 
 void frmCOMSettings::ShowForm(int com) {
   for (int n = 1; n <= 16; ++n) {

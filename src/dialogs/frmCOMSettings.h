@@ -53,6 +53,9 @@ class frmCOMSettings {
   LineTiming cmbTiming = LineTiming::Classic;
   bool chkEcho = false;
   bool Visible = false;
+  // A port mapped to a network address has no line of its own to set:
+  // baud rate, parity, stop bits and the modem lines are left to the server.
+  bool LineControls_Enabled() const;
 
   // Events. Any control but the port list stores the controls into the
   // working copy of the selected port.

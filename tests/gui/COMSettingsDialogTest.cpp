@@ -61,6 +61,20 @@ TEST_F(ComDialogView, TypedBaudAndEnterReachTheTable) {
   EXPECT_EQ(host.sessionChanges, 1);
 }
 
+// A network address has no line settings: they are greyed while it is typed.
+TEST_F(ComDialogView, ANetworkPathGreysTheLineSettings) {
+  dialog.ShowForm(2);
+  QLineEdit& edit = *dialog.cmbPath().lineEdit();
+  edit.selectAll();
+  QTest::keyClicks(&edit, QStringLiteral("mbtcp://127.0.0.1:502"));
+  EXPECT_FALSE(dialog.cmbBaudRate().isEnabled());
+  EXPECT_FALSE(dialog.cmbParity().isEnabled());
+  EXPECT_TRUE(dialog.cmbTiming().isEnabled());
+  edit.selectAll();
+  QTest::keyClicks(&edit, QStringLiteral("/dev/ttyUSB1"));
+  EXPECT_TRUE(dialog.cmbBaudRate().isEnabled());
+}
+
 TEST(ComDialogPath, ATypedPathIsKeptInTheSettingsAndUsedAtTheNextOpen) {
   platform::NullModem modem;
   std::thread line{[&] { modem.Run(); }};

@@ -218,6 +218,10 @@ void COMSettingsDialog::Refresh() {
   chkRTSToggle_->setChecked(model_.chkRTSToggle);
   cmbTiming_->setCurrentIndex(static_cast<int>(model_.cmbTiming));
   chkEcho_->setChecked(model_.chkEcho);
+  const bool line = model_.LineControls_Enabled();
+  for (QWidget* control :
+       std::initializer_list<QWidget*>{cmbBaudRate_, cmbParity_, cmbStopBits_, chkDTR_, chkRTSToggle_})
+    control->setEnabled(line);
   refreshing_ = false;
 }
 
