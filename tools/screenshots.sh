@@ -168,7 +168,9 @@ sleep 0.3
 keys alt+o t
 shoot_window traffic.png '^Traffic COM'
 # The Master's trend: mass flow ticked as it opens, density (its own axis)
-# ticked from the list; a while of answers to draw.
+# ticked from the list; a while of answers to draw. The Traffic window is
+# taken off the screen first: it covers the Master's title.
+timeout 5 xdotool windowunmap "$(window_named '^Traffic COM')" || die "could not hide the Traffic window"
 keys alt+w f
 title_double_click $((width / 6)) 30
 keys alt+m t

@@ -409,8 +409,8 @@ void MainWindow::OpenTrend(frmQuorvel& window) {
   trend->activateWindow();
 }
 
-TrendWindow* MainWindow::Trend(frmQuorvel& window) const {
-  const auto found = trends_.find(&window);
+TrendWindow* MainWindow::Trend(const frmQuorvel* window) const {
+  const auto found = trends_.find(window);
   return found == trends_.end() ? nullptr : found->second;
 }
 

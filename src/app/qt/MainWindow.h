@@ -73,7 +73,7 @@ class MainWindow : public QMainWindow, public frmQuorvelMain {
   // The trend window of `window`, opened or brought to the front; it goes
   // with the device window.
   void OpenTrend(frmQuorvel& window) override;
-  TrendWindow* Trend(frmQuorvel& window) const;
+  TrendWindow* Trend(const frmQuorvel* window) const;
   // Also kept in the settings for the next run and for quorvel-cli.
   void SetPortPath(int com, const std::string& path) override;
 
@@ -143,8 +143,8 @@ class MainWindow : public QMainWindow, public frmQuorvelMain {
   WindowPlacement framePlaced_;
   std::vector<std::string> shownRecent_;
   MessageWindow* message_ = nullptr;
-  std::map<int, TrafficWindow*> traffic_;       // by port, kept once opened
-  std::map<frmQuorvel*, TrendWindow*> trends_;  // by device window, while it is open
+  std::map<int, TrafficWindow*> traffic_;             // by port, kept once opened
+  std::map<const frmQuorvel*, TrendWindow*> trends_;  // by device window, while it is open
   // A device window is going: its trend goes first.
   void DropTrend(frmQuorvel* window);
   std::unique_ptr<platform::InstanceServer> link_;

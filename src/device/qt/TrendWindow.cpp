@@ -65,13 +65,11 @@ TrendWindow::TrendWindow(frmQuorvel& window, const platform::Clock& clock, QWidg
     item->setFlags(Qt::ItemIsUserCheckable | Qt::ItemIsEnabled);
     item->setCheckState(Qt::Unchecked);
   }
-  // The first value plotted at once, so that the chart says what it is for;
-  // the list has the keys, to tick others with Space.
+  // The first value plotted at once, so that the chart says what it is for.
   if (values_->count() > 0) {
     values_->item(0)->setCheckState(Qt::Checked);
     values_->setCurrentRow(0);
   }
-  values_->setFocus();
   connect(values_, &QListWidget::itemChanged, this, [this] { Rebuild(); });
   // Long captions are read whole rather than cut, up to a third of the window.
   values_->setMinimumWidth(values_->sizeHintForColumn(0) + 32);
@@ -109,6 +107,12 @@ TrendWindow::TrendWindow(frmQuorvel& window, const platform::Clock& clock, QWidg
 }
 
 TrendWindow::~TrendWindow() { window_.RemoveWatcher(recorder_); }
+
+void TrendWindow::showEvent(QShowEvent* event) {
+  QWidget::showEvent(event);
+  // The list has the keys: Space ticks the value at the cursor.
+  values_->setFocus();
+}
 
 QWidget* TrendWindow::MakeBar() {
   auto* bar = new QWidget;
@@ -195,6 +199,14 @@ void TrendWindow::Rebuild() {
     });
     lines_.push_back({column, series, axis});
   }
+  // An axis of one value wears its line's colour, which says whose it is.
+  for (const Line& line : lines_) {
+    const auto users = std::count_if(lines_.begin(), lines_.end(), [&](const Line& l) { return l.axis == line.axis; });
+    if (users != 1) continue;
+    line.axis->setLinePenColor(line.series->color());
+    line.axis->setLabelsColor(line.series->color());
+    line.axis->setTitleBrush(line.series->color());
+  }
   Redraw();
 }
 
@@ -231,6 +243,8 @@ void TrendWindow::Redraw() {
     const auto [low, high] =
         found == ranges.end() ? std::pair(0.0, 1.0) : AxisRange(found->second.first, found->second.second);
     axis->setRange(low, high);
+    // Round numbers on the ticks, the range widened to them.
+    axis->applyNiceNumbers();
   }
 }
 

@@ -72,6 +72,9 @@ class TrendWindow : public QWidget {
   // Picks the file to export to; tests replace it.
   std::function<QString(const QString& title, const QString& filter, const QString& suffix)> ChooseSaveFile;
 
+ protected:
+  void showEvent(QShowEvent* event) override;
+
  private:
   QWidget* MakeBar();
   // Series and axes for the ticked values, after the ticks change.
