@@ -143,6 +143,9 @@ QWidget* TrendWindow::MakeBar() {
 
 void TrendWindow::SetSpanSeconds(int seconds) {
   spanSeconds_ = std::clamp(seconds, Spans().front(), Spans().back());
+  // A long span moves by less than a pixel between quick redraws: it is
+  // redrawn about once a pixel's time, at least every 2 s.
+  redraw_.setInterval(std::clamp(spanSeconds_, kRedrawMs, 2000));
   if (const int index = span_->findData(spanSeconds_); index >= 0 && index != span_->currentIndex())
     span_->setCurrentIndex(index);
   Redraw();

@@ -39,6 +39,7 @@ namespace quorvel {
 class TrendWindow : public QWidget {
   Q_OBJECT
  public:
+  // How often a short span is redrawn.
   static constexpr int kRedrawMs = 200;
 
   TrendWindow(frmQuorvel& window, const platform::Clock& clock, QWidget* parent = nullptr);
