@@ -184,10 +184,9 @@ class frmQuorvel : public DeviceLink {
   // Ends the log, its last rows flushed; nothing when there is none.
   void StopValueLog();
   const ValueLog* Log() const { return valueLog_.get(); }
-  // Called often by the frame's timer: the log is flushed once a second.
-  void ValueLogTick() {
-    if (valueLog_) valueLog_->Tick();
-  }
+  // Called often by the frame's timer: the log is flushed once a second; a
+  // log whose file failed (a full disk) is stopped and the user told why.
+  void ValueLogTick();
   // Watchers of the answers (a trend chart); they must leave before they go.
   void AddWatcher(AnswerWatcher& watcher) { watchers_.push_back(&watcher); }
   void RemoveWatcher(AnswerWatcher& watcher) { std::erase(watchers_, &watcher); }

@@ -31,6 +31,14 @@ void frmQuorvel::StopValueLog() {
   menus.mnuLogValues.Checked = false;
 }
 
+void frmQuorvel::ValueLogTick() {
+  if (!valueLog_) return;
+  valueLog_->Tick();
+  if (valueLog_->Ok()) return;
+  host_.ShowMsg("Logging the values to " + valueLog_->Path() + " stopped: " + valueLog_->Problem());
+  StopValueLog();
+}
+
 void frmQuorvel::TellWatchers(const ReqProp& request, bool ok) {
   if (!valueLog_ && watchers_.empty()) return;
   const std::vector<CtrlProp*> read = ReadBy(request);

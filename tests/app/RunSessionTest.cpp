@@ -143,6 +143,10 @@ TEST_F(RunSession, RefusesProjectOptionsAndUnknownTimings) {
   } cases[] = {
       {{"run", "--com", "3", kSession}, "--com is for a project"},
       {{"run", "--timing", "slow", kSession}, "timing is classic, standard or fast, not 'slow'"},
+      // The sample session's second window emulates the meter.
+      {{"run", "--log", "2:values.csv", kSession}, "window 2 is a Slave: it has no values to log"},
+      {{"run", "--log", "3:values.csv", kSession}, "there is no window 3"},
+      {{"run", "--log-every", kSession}, "--log-every goes with --log"},
   };
   for (const auto& c : cases) {
     const CliRun run = RunCli(c.args);

@@ -249,11 +249,19 @@ TEST_F(ValueLogFile, FlushedOnceASecondAndAtTheEnd) {
 
 TEST_F(ValueLogFile, AFileThatCannotBeWrittenIsToldAndNothingLogs) {
   window_ = Window(host_);
-  EXPECT_FALSE(window_->StartValueLog((folder_ / "no" / "such.csv").string(), false, clock_));
-  ASSERT_EQ(host_.boxes.size(), 1u);
-  EXPECT_NE(host_.boxes[0].find("such.csv"), std::string::npos);
-  EXPECT_EQ(window_->Log(), nullptr);
-  EXPECT_FALSE(window_->menus.mnuLogValues.Checked);
+  const struct {
+    std::string path;
+    const char* why;
+  } cases[] = {{(folder_ / "no" / "such.csv").string(), "No such file or directory"},
+               {"/dev/full", "No space left on device"}};
+  for (const auto& c : cases) {
+    host_.boxes.clear();
+    EXPECT_FALSE(window_->StartValueLog(c.path, false, clock_));
+    ASSERT_EQ(host_.boxes.size(), 1u);
+    EXPECT_EQ(host_.boxes[0], "Can not log the values to " + c.path + ": " + c.why);
+    EXPECT_EQ(window_->Log(), nullptr);
+    EXPECT_FALSE(window_->menus.mnuLogValues.Checked);
+  }
   Reply(*window_, 0, {1, 2, 3, 4, 5});  // and answers go on as before
 }
 
