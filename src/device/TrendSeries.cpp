@@ -62,18 +62,6 @@ void TrendSeries::Decimate(double fromMs, double toMs, std::size_t buckets, std:
   if (end < size_) out.push_back(At(end));
 }
 
-bool TrendSeries::Range(double fromMs, double toMs, double& low, double& high) const {
-  const std::size_t begin = LowerBound(fromMs);
-  const std::size_t end = LowerBound(std::nextafter(toMs, HUGE_VAL));
-  if (begin >= end) return false;
-  low = high = At(begin).value;
-  for (std::size_t i = begin + 1; i < end; ++i) {
-    low = std::min(low, At(i).value);
-    high = std::max(high, At(i).value);
-  }
-  return true;
-}
-
 bool TrendSeries::Nearest(double ms, TrendPoint& point) const {
   if (size_ == 0) return false;
   const std::size_t after = LowerBound(ms);

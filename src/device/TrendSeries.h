@@ -47,10 +47,6 @@ class TrendSeries {
   // Every point as it is when there are no more than two a bucket.
   void Decimate(double fromMs, double toMs, std::size_t buckets, std::vector<TrendPoint>& out) const;
 
-  // The lowest and highest value between `fromMs` and `toMs`; false when no
-  // point lies there.
-  bool Range(double fromMs, double toMs, double& low, double& high) const;
-
   // The point nearest in time to `ms`; false when the series is empty.
   bool Nearest(double ms, TrendPoint& point) const;
 

@@ -102,13 +102,8 @@ TEST(Decimation, EveryBucketKeepsItsExtremesAndTheCountIsBounded) {
   for (std::size_t i = 1; i < out.size(); ++i) ASSERT_LE(out[i - 1].ms, out[i].ms) << "in time order";
 }
 
-TEST(TrendRing, RangeAndNearest) {
+TEST(TrendRing, NearestPointInTime) {
   const TrendSeries s = Of({{0, 5}, {10, -2}, {20, 7}, {30, 1}});
-  double low = 0, high = 0;
-  ASSERT_TRUE(s.Range(5, 25, low, high));
-  EXPECT_EQ(low, -2);
-  EXPECT_EQ(high, 7);
-  EXPECT_FALSE(s.Range(31, 40, low, high));
   TrendPoint p;
   ASSERT_TRUE(s.Nearest(14, p));
   EXPECT_EQ(p.ms, 10);
