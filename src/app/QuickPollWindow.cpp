@@ -6,7 +6,10 @@
 
 #include <unistd.h>
 
+#include "convert/AddressCode.h"
 #include "platform/AtomicFile.h"
+#include "platform/BoundedRead.h"
+#include "project/ListProject.h"
 #include "project/ProjectWriter.h"
 
 namespace quorvel {
@@ -33,6 +36,46 @@ std::string PollFileName(const QuickPollTarget& target, std::string& error) {
   return file.string();
 }
 
+// The element value box `box` shows, or nullptr.
+const CtrlProp* ElementOfBox(const frmQuorvel& window, int box) {
+  for (Table table : {Table::Holding, Table::InputReg, Table::Coil, Table::Discrete}) {
+    for (const auto& filed : window.ElementsOf(table)) {
+      const PanelControl* label = filed.element->rCtrl();
+      if (label && label->Index() == box) return filed.element.get();
+    }
+  }
+  return nullptr;
+}
+
+// Applies `change` to a copy of the window's list, makes the project again
+// and loads it; the list is kept only once the window shows it.
+template <typename Change>
+bool ChangeQuickPoll(frmQuorvelMain& frame, frmQuorvel& window, int box, Change change, std::string& error) {
+  QuickPollSource* source = frame.QuickPollOf(window);
+  const CtrlProp* element = ElementOfBox(window, box);
+  if (!source || !element) {
+    error = "Only the values of a quick poll can be changed this way.";
+    return false;
+  }
+  std::vector<RegisterRow> rows = source->list.rows;
+  if (!change(rows, element->Address())) return false;
+  std::vector<std::uint8_t> bytes;
+  try {
+    bytes = WriteProject(BuildListProject(rows, source->list.options, frame.ProjectCodePage()));
+  } catch (const std::exception& failure) {
+    error = failure.what();
+    return false;
+  }
+  if (!SaveProjectBytes(source->file, bytes, error)) return false;
+  if (!window.ReloadProject(source->file)) {
+    error = "The poll's changed project did not load: " + source->file;
+    return false;
+  }
+  source->list.rows = std::move(rows);
+  frame.MarkSessionChanged();
+  return true;
+}
+
 }  // namespace
 
 frmQuorvel* OpenQuickPoll(frmQuorvelMain& frame, const QuickPollTarget& target, std::string& error) {
@@ -50,9 +93,11 @@ frmQuorvel* OpenQuickPoll(frmQuorvelMain& frame, const QuickPollTarget& target, 
             " windows: a poll needs it as a Master.";
     return nullptr;
   }
+  QuickPollList list;
   std::vector<std::uint8_t> bytes;
   try {
-    bytes = WriteProject(BuildQuickPollProject(target.poll, frame.ProjectCodePage()));
+    list = QuickPollRows(target.poll);
+    bytes = WriteProject(BuildListProject(list.rows, list.options, frame.ProjectCodePage()));
   } catch (const std::exception& failure) {
     error = failure.what();
     return nullptr;
@@ -64,6 +109,7 @@ frmQuorvel* OpenQuickPoll(frmQuorvelMain& frame, const QuickPollTarget& target, 
     error = "The poll's project did not open: " + file;
     return nullptr;
   }
+  frame.KeepQuickPoll(*window, {std::move(list), file});
   window->SetMode(kMaster);
   window->SetID(static_cast<std::uint8_t>(target.slaveId));
   window->SetCOM(static_cast<std::int16_t>(target.com));
@@ -72,9 +118,42 @@ frmQuorvel* OpenQuickPoll(frmQuorvelMain& frame, const QuickPollTarget& target, 
   return window;
 }
 
+std::optional<QuickPollValue> QuickPollValueOf(frmQuorvelMain& frame, const frmQuorvel& window, int box) {
+  const QuickPollSource* source = frame.QuickPollOf(window);
+  const CtrlProp* element = ElementOfBox(window, box);
+  if (!source || !element) return std::nullopt;
+  const std::uint32_t code = element->Address();
+  QuickPollValue value;
+  value.type = TypeNameOf(code);
+  value.swapped = AddressCode(code).swapped();
+  value.format = DefaultFormat(code);
+  for (const RegisterRow& row : source->list.rows)
+    if (row.code == code && !row.format.empty()) value.format = row.format;
+  value.types = TypesFor(code);
+  return value;
+}
+
+bool RetypeQuickPollValue(frmQuorvelMain& frame, frmQuorvel& window, int box, std::string_view type, bool swapped,
+                          std::string& error) {
+  return ChangeQuickPoll(
+      frame, window, box,
+      [&](std::vector<RegisterRow>& rows, std::uint32_t code) { return RetypeRow(rows, code, type, swapped, error); },
+      error);
+}
+
+bool ReformatQuickPollValue(frmQuorvelMain& frame, frmQuorvel& window, int box, const std::string& format,
+                            std::string& error) {
+  return ChangeQuickPoll(
+      frame, window, box,
+      [&](std::vector<RegisterRow>& rows, std::uint32_t code) {
+        return ReformatRow(rows, code, format, frame.ProjectCodePage(), error);
+      },
+      error);
+}
+
 bool SaveProjectAs(frmQuorvel& window, const std::string& path, std::string& error) {
   std::string bytes;
-  if (!platform::ReadWholeFile(window.ProjectFile(), bytes, error)) return false;
+  if (!platform::ReadWholeFile(window.ProjectFile(), platform::kProjectFileLimit, bytes, error)) return false;
   if (!platform::WriteFileAtomically(path, bytes, error)) return false;
   window.MoveProjectFile(path);
   window.host().MarkSessionChanged();

@@ -6,6 +6,7 @@
 #include "app/SessionPaths.h"
 #include "app/WriteNotation.h"
 #include "platform/AtomicFile.h"
+#include "platform/BoundedRead.h"
 #include "project/ProjectLoader.h"
 
 namespace quorvel {
@@ -125,7 +126,7 @@ bool LoadSession(frmQuorvelMain& frame, const std::string& file, const CodePage&
     return false;
   }
   std::string bytes, error;
-  if (!platform::ReadWholeFile(file, bytes, error)) {
+  if (!platform::ReadWholeFile(file, platform::kSessionFileLimit, bytes, error)) {
     frame.MsgBox(error);
     return false;
   }
@@ -133,6 +134,7 @@ bool LoadSession(frmQuorvelMain& frame, const std::string& file, const CodePage&
   // by value into the program would; the damage is then reported.
   const SessionReading reading = ReadSession(codePage.ToUtf8(bytes));
   const SessionFile& session = reading.session;
+  for (const WriteNotationError& odd : reading.outOfRange) frame.MsgBox(file + ", " + odd.what());
   ApplyPorts(frame, session, reading.ports);
   if (reading.size) {
     frame.Placement.Width = session.Width;

@@ -20,6 +20,31 @@ std::string WindowField(std::size_t window, const char* field) {
 
 constexpr std::string_view kLineTimingTag = "LineTiming";
 
+// What a field may hold, in the words the command line uses for its options.
+struct Range {
+  std::int64_t low, high;
+  const char* rule;
+};
+constexpr Range kPortModes{0, 3, "a mode is 0 (none) to 3"};
+constexpr Range kParities{0, 4, "a parity is 0 to 4"};
+constexpr Range kStopBits{0, 2, "stop bits are 0 to 2"};
+constexpr Range kBaudRates{1, 4'000'000, "a baud rate is 1 to 4000000"};
+constexpr Range kWindowModes{1, 3, "a mode is 1 to 3"};
+constexpr Range kIds{0, 255, "an ID is 0 to 255"};
+constexpr Range kTimeouts{0, kLongHigh, "a timeout is 0 or more milliseconds"};
+
+// The next whole number when `range` holds it; otherwise it is noted and
+// `fallback` comes back, so one odd value does not cost the rest of the file.
+std::int64_t Ranged(WriteNotationReader& in, const std::string& what, std::int64_t readLow, std::int64_t readHigh,
+                    const Range& range, std::int64_t fallback, SessionReading& reading) {
+  const int line = in.Line();
+  const std::int64_t value = in.Integer(what, readLow, readHigh);
+  if (value >= range.low && value <= range.high) return value;
+  reading.outOfRange.emplace_back(
+      line, "line " + std::to_string(line) + ": " + what + ": " + range.rule + ", not '" + std::to_string(value) + "'");
+  return fallback;
+}
+
 bool UsesLineTiming(const SessionFile& session) {
   for (const SessionPort& port : session.Ports)
     if (port.Timing != LineTiming::Classic || port.Echo) return true;
@@ -95,15 +120,20 @@ SessionReading ReadSession(std::string_view text) {
   SessionReading reading;
   SessionFile& session = reading.session;
   try {
+    const SessionPort portDefaults;
     for (int com = 1; com <= 16; ++com) {
       SessionPort port;
       port.ASCII = in.Boolean(PortField(com, "ASCII"));
       port.ASCII8bits = in.Boolean(PortField(com, "ASCII8bits"));
-      port.BaudRate = static_cast<std::uint32_t>(in.Integer(PortField(com, "BaudRate"), kLongLow, kLongHigh));
-      port.Mode = static_cast<std::int16_t>(in.Integer(PortField(com, "Mode"), kIntegerLow, kIntegerHigh));
-      port.Parity = static_cast<std::uint8_t>(in.Integer(PortField(com, "Parity"), 0, 255));
+      port.BaudRate = static_cast<std::uint32_t>(
+          Ranged(in, PortField(com, "BaudRate"), kLongLow, kLongHigh, kBaudRates, portDefaults.BaudRate, reading));
+      port.Mode = static_cast<std::int16_t>(
+          Ranged(in, PortField(com, "Mode"), kIntegerLow, kIntegerHigh, kPortModes, portDefaults.Mode, reading));
+      port.Parity = static_cast<std::uint8_t>(
+          Ranged(in, PortField(com, "Parity"), kIntegerLow, kIntegerHigh, kParities, portDefaults.Parity, reading));
       port.Flags = static_cast<std::uint32_t>(in.Integer(PortField(com, "flag word"), kLongLow, kLongHigh));
-      port.StopBits = static_cast<std::uint8_t>(in.Integer(PortField(com, "StopBits"), 0, 255));
+      port.StopBits = static_cast<std::uint8_t>(
+          Ranged(in, PortField(com, "StopBits"), kIntegerLow, kIntegerHigh, kStopBits, portDefaults.StopBits, reading));
       session.Ports[static_cast<std::size_t>(com - 1)] = port;
       reading.ports = com;
     }
@@ -112,15 +142,19 @@ SessionReading ReadSession(std::string_view text) {
     session.Width = width;
     reading.size = true;
     const auto count = in.Integer("the number of windows", 0, kIntegerHigh);
+    const SessionWindow windowDefaults;
     for (std::int64_t i = 1; i <= count; ++i) {
       const auto n = static_cast<std::size_t>(i);
       SessionWindow window;
       window.ProjectFile = in.String(WindowField(n, "the project file"));
       window.COM = static_cast<std::int16_t>(in.Integer(WindowField(n, "COM"), kIntegerLow, kIntegerHigh));
       // The window keeps its slave address in a byte.
-      window.ID = static_cast<std::int16_t>(in.Integer(WindowField(n, "ID"), 0, 255));
-      window.Mode = static_cast<std::int16_t>(in.Integer(WindowField(n, "Mode"), kIntegerLow, kIntegerHigh));
-      window.Timeout = static_cast<std::int32_t>(in.Integer(WindowField(n, "Timeout"), kLongLow, kLongHigh));
+      window.ID = static_cast<std::int16_t>(
+          Ranged(in, WindowField(n, "ID"), kIntegerLow, kIntegerHigh, kIds, windowDefaults.ID, reading));
+      window.Mode = static_cast<std::int16_t>(
+          Ranged(in, WindowField(n, "Mode"), kIntegerLow, kIntegerHigh, kWindowModes, windowDefaults.Mode, reading));
+      window.Timeout = static_cast<std::int32_t>(
+          Ranged(in, WindowField(n, "Timeout"), kLongLow, kLongHigh, kTimeouts, windowDefaults.Timeout, reading));
       window.PollingPeriod =
           static_cast<std::int32_t>(in.Integer(WindowField(n, "PollingPeriod"), kLongLow, kLongHigh));
       window.Interval = static_cast<std::int32_t>(in.Integer(WindowField(n, "Interval"), kLongLow, kLongHigh));

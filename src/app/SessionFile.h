@@ -68,11 +68,18 @@ std::string FormatSession(const SessionFile& session);
 // What a session text gives, read front to back until the first value that
 // is missing or malformed: the complete port blocks (COM1 up), the frame's
 // size if it was read, every complete window block, and that failure.
+//
+// A well-formed value the program cannot use (a port's Mode outside 0..3,
+// Parity outside 0..4, StopBits outside 0..2, BaudRate outside 1..4000000; a
+// window's Mode outside 1..3, ID outside 0..255, a negative Timeout) does not
+// stop the reading: the field keeps its default and the value is noted with
+// its line in `outOfRange`.
 struct SessionReading {
   SessionFile session;
   int ports = 0;
   bool size = false;
   std::optional<WriteNotationError> failure;
+  std::vector<WriteNotationError> outOfRange;
 };
 
 // A blank line where a value is expected is an empty value (0, false, "").

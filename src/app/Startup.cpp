@@ -48,11 +48,13 @@ std::string ProgramDirectory() {
   return self.parent_path().string() + "/";
 }
 
-std::optional<FirstCopy> Main(std::span<const char* const> args, const std::string& linkDir,
-                              const platform::LinkLimits& limits) {
+std::optional<FirstCopy> Main(std::span<const char* const> args, const std::string& preferredDir,
+                              const platform::LinkLimits& limits, const std::string& fallbackDir) {
   FirstCopy first;
   first.CommandLine = WholeCommandLine(args);
-  if (platform::PrepareLinkDirectory(linkDir, first.LinkProblem)) {
+  const std::string linkDir =
+      platform::PrepareLinkDirectoryOr(preferredDir, fallbackDir, first.LinkNote, first.LinkProblem);
+  if (!linkDir.empty()) {
     platform::InstanceClaim claim = platform::ClaimInstance(linkDir, limits);
     if (claim.role == platform::InstanceRole::Later) {
       // The later copy shows nothing, whatever comes of the hand-off.
@@ -70,6 +72,7 @@ int RunHeadless(FirstCopy first, std::ostream& out, std::ostream& err) {
   // Taken first, so that a stop asked for while the files open is not lost.
   const platform::StopSignals stop;
   if (!first.Link) err << "quorvel: later copies cannot reach this one: " << first.LinkProblem << "\n";
+  if (!first.LinkNote.empty()) err << "quorvel: " << first.LinkNote << "\n";
 
   platform::PortMap portMap;
   if (const auto store = platform::OpenUserSettings()) portMap = LoadPortMap(*store);
@@ -77,20 +80,27 @@ int RunHeadless(FirstCopy first, std::ostream& out, std::ostream& err) {
   frmQuorvelMain frame(clock, portMap);
   frame.Globals().ProgramTitle = first.ProgramTitle;
   frame.Globals().AppPath = ProgramDirectory();
-  const auto tell = [&err](const std::string& text) { err << text << std::endl; };
+  // While a handed-over name is dealt with, what is printed may hold it.
+  bool handedOver = false;
+  const auto tell = [&err, &handedOver](const std::string& text) {
+    err << (handedOver ? platform::PrintableName(text) : text) << std::endl;
+  };
   frame.SetMsgBoxSink(tell);
   frame.SetShowMsgSink(tell);
 
   std::size_t told = 0;
   const auto tellOpened = [&] {
-    for (; told < frame.Devices().size(); ++told) out << "Opened: " << frame.Devices()[told]->ProjectFile() << "\n";
+    for (; told < frame.Devices().size(); ++told)
+      out << "Opened: " << platform::PrintableName(frame.Devices()[told]->ProjectFile()) << "\n";
     out.flush();
   };
   OpenCommandLine(frame, first.CommandLine);
   tellOpened();
   const auto receive = [&](const std::string& name) {
+    handedOver = true;
     Form_LinkOpen(frame, name);
     tellOpened();
+    handedOver = false;
   };
 
   PollLoop loop(frame, clock);

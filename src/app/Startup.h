@@ -50,21 +50,25 @@ struct FirstCopy {
   // and then `LinkProblem` says why.
   std::unique_ptr<platform::InstanceServer> Link;
   std::string LinkProblem;
+  // Said once when the link is not where it is usually looked for.
+  std::string LinkNote;
 };
 
 // The start-up decision for the command line `args` (the program's name and
 // options left out). A later copy hands its name to the first copy through
 // the link in `linkDir` and gets nothing back: it has nothing more to do,
 // whether or not the first copy answered. A first copy gets what it starts
-// with. When no safe link can be made the process runs as a first copy
-// without one.
+// with. When `linkDir` belongs to another user the link goes to
+// `fallbackDir` if one is given. When no safe link can be made the process
+// runs as a first copy without one.
 std::optional<FirstCopy> Main(std::span<const char* const> args, const std::string& linkDir,
-                              const platform::LinkLimits& limits = {});
+                              const platform::LinkLimits& limits = {}, const std::string& fallbackDir = {});
 
 // The first copy without a window: the frame's core with the file of its own
 // command line, its ports and the link, served in one loop until SIGINT,
 // SIGTERM or SIGHUP. Each device window that opens is told on `out` as
-// "Opened: " and its project file; message-box texts go to `err`.
+// "Opened: " and its project file; message-box texts go to `err`. A name
+// handed over by a later copy is printed with its control characters escaped.
 int RunHeadless(FirstCopy first, std::ostream& out, std::ostream& err);
 
 }  // namespace quorvel

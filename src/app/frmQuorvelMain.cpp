@@ -7,7 +7,7 @@
 #include "app/FileCommands.h"
 #include "app/RecentLists.h"
 #include "platform/SerialProbe.h"
-#include "platform/TermiosLine.h"
+#include "serial/NetworkLines.h"
 #include "serial/clsCOM.h"
 
 namespace quorvel {
@@ -15,9 +15,7 @@ namespace quorvel {
 frmQuorvelMain::frmQuorvelMain(platform::Clock& clock, platform::PortMap portMap, LineFactory lines)
     : clock_(clock), portMap_(std::move(portMap)), lines_(std::move(lines)) {
   if (!lines_) {
-    lines_ = [this](int com) -> std::unique_ptr<platform::SerialLine> {
-      return std::make_unique<platform::TermiosLine>(portMap_.Path(com));
-    };
+    lines_ = [this](int com) -> std::unique_ptr<platform::SerialLine> { return LineForPath(portMap_.Path(com)); };
   }
   SetDefaultPortSettings();
 }
@@ -49,7 +47,13 @@ void frmQuorvelMain::CloseDevice(frmQuorvel& window) {
   // A project enters the recent list as its window closes.
   AddRecentFile(globals_, (*it)->ProjectFile());
   (*it)->Form_Unload();
+  quickPolls_.erase(it->get());
   forms_.erase(it);
+}
+
+QuickPollSource* frmQuorvelMain::QuickPollOf(const frmQuorvel& window) {
+  const auto found = quickPolls_.find(&window);
+  return found == quickPolls_.end() ? nullptr : &found->second;
 }
 
 std::vector<frmQuorvel*> frmQuorvelMain::DeviceWindows() {

@@ -8,6 +8,7 @@
 
 #include <array>
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -17,6 +18,7 @@
 #include "platform/Clock.h"
 #include "platform/PortMap.h"
 #include "platform/SerialLine.h"
+#include "project/QuickPoll.h"
 #include "serial/DeviceLink.h"
 #include "serial/clsCOM.h"  // the port table owns the open ports
 
@@ -50,6 +52,11 @@ class frmQuorvelMain : public DeviceHost, public DeviceDirectory {
   frmQuorvel* OpenProject(const std::string& path);
   void CloseDevice(frmQuorvel& window);
   const std::vector<std::unique_ptr<frmQuorvel>>& Devices() const { return forms_; }
+  // What a quick poll window was made from, kept while it is open; nullptr
+  // for any other window (one opened from a project file, even the file a
+  // quick poll was saved to).
+  QuickPollSource* QuickPollOf(const frmQuorvel& window);
+  void KeepQuickPoll(const frmQuorvel& window, QuickPollSource source) { quickPolls_[&window] = std::move(source); }
 
   // Unload: every device window from the last opened to the first, then the
   // ports, then the timers.
@@ -145,6 +152,7 @@ class frmQuorvelMain : public DeviceHost, public DeviceDirectory {
   MessageSink showMsg_;
   PublicVeriables globals_;
   std::vector<std::unique_ptr<frmQuorvel>> forms_;
+  std::map<const frmQuorvel*, QuickPollSource> quickPolls_;
   bool portsActive_ = false;
   bool pollingEnabled_ = false;
   bool checkEnabled_ = false;

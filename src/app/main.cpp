@@ -32,7 +32,7 @@ int main(int argc, char** argv) {
   const char* const* rest = argv + skip;
   const std::span<const char* const> args(rest, static_cast<std::size_t>(argc - skip));
 
-  auto first = quorvel::Main(args, quorvel::platform::LinkDirectory());
+  auto first = quorvel::Main(args, quorvel::platform::LinkDirectory(), {}, quorvel::platform::FallbackLinkDirectory());
   if (!first) return 0;  // a later copy: its file went to the first copy
   return headless ? quorvel::RunHeadless(std::move(*first), std::cout, std::cerr) : StartDesktop(argc, argv, *first);
 }

@@ -69,6 +69,42 @@ bool frmQuorvel::SetProjectFile(const std::string& path) {
   return true;
 }
 
+bool frmQuorvel::ReloadProject(const std::string& path) {
+  {
+    // Tried on a panel of its own first, so that a failure changes nothing.
+    Panel trial;
+    const ProjectLoad load = LoadProject(path, trial, codePage_);
+    if (!load.ok) {
+      for (const std::string& message : load.messages) host_.MsgBox(message);
+      return false;
+    }
+  }
+  const bool wasConnected = connected_;
+  const std::int32_t connectedSince = connectTime_;
+  // Off and on again without the port being told: it stays open, and the
+  // new requests are scheduled as on any connect.
+  SetConnected(false);
+  tbInput.Visible = false;
+  EditElement.reset();
+  stale_.clear();
+  unsentReported_.clear();
+  CurrentRequest.reset();
+  // LastRequest stays: an answer on its way still finds what it asked for.
+  for (ElementCollection* elements :
+       {&HoldingElements, &CoilElements, &InputRegElements, &DiscreteElements, &PictureElements}) {
+    elements->clear();
+  }
+  Requests.clear();
+  panel_->Clear();
+  const bool loaded = SetProjectFile(path);
+  if (wasConnected) {
+    SetConnected(true);
+    connectTime_ = connectedSince;
+  }
+  ShowCaption();
+  return loaded;
+}
+
 void frmQuorvel::UpdateModeMenus() {
   // The mode cannot change while the window takes part in traffic on a port.
   const bool locked = com_ > 0 && connected_;

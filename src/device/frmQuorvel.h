@@ -89,6 +89,12 @@ class frmQuorvel : public DeviceLink {
   const std::string& ProjectFile() const { return projectFile_; }
   // Loads the project; on failure the path goes back to "" and false comes back.
   bool SetProjectFile(const std::string& path);
+  // Loads the project at `path` in place of the one shown: panel, elements
+  // and requests are the new project's, while the port, slave id, mode,
+  // counters and connection stay (a connected Master polls the new requests
+  // from now on). A project that does not load leaves the window as it was
+  // and false comes back.
+  bool ReloadProject(const std::string& path);
   // The project has been saved as `path`: the caption and the session name
   // that file from now on; nothing is loaded again.
   void MoveProjectFile(const std::string& path);

@@ -7,6 +7,7 @@
 #include "convert/RegisterDecode.h"
 #include "device/PanelReading.h"
 #include "device/frmQuorvel.h"
+#include "platform/NetAddress.h"
 #include "serial/PortEntry.h"
 
 namespace quorvel {
@@ -68,7 +69,12 @@ void frmQuorvel::ShowCaption() {
     const PortEntry& entry = host_.Port(com_);
     if (entry.State == PortEntry::kOpen && connected_) text += " Connected:";
     if (entry.State == PortEntry::kNotAvailable) text += " Not available:";
-    text += " COM" + std::to_string(com_) + "  " + std::to_string(entry.dcb.BaudRate) + Framing(entry);
+    // A network port has no line settings of its own: its address says more.
+    const std::string path = host_.PortPath(com_);
+    if (platform::IsNetworkPath(path))
+      text += " COM" + std::to_string(com_) + "  " + path;
+    else
+      text += " COM" + std::to_string(com_) + "  " + std::to_string(entry.dcb.BaudRate) + Framing(entry);
   }
   caption_ = text;
 }

@@ -7,9 +7,7 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <random>
-#include <sstream>
 
 namespace quorvel::platform {
 namespace {
@@ -70,27 +68,6 @@ bool WriteFileAtomically(const std::string& path, std::string_view bytes, std::s
     error = "Cannot write " + path + ": " + Reason(code);
   }
   return ok;
-}
-
-bool ReadWholeFile(const std::string& path, std::string& bytes, std::string& error) {
-  std::error_code ec;
-  if (std::filesystem::is_directory(path, ec)) {
-    error = "Cannot read " + path + ": " + Reason(EISDIR);
-    return false;
-  }
-  std::ifstream in(path, std::ios::binary);
-  if (!in) {
-    error = "Cannot read " + path + ": " + Reason(errno);
-    return false;
-  }
-  std::ostringstream content;
-  content << in.rdbuf();
-  if (in.bad()) {
-    error = "Cannot read " + path;
-    return false;
-  }
-  bytes = std::move(content).str();
-  return true;
 }
 
 }  // namespace quorvel::platform

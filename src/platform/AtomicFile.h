@@ -14,7 +14,4 @@ namespace quorvel::platform {
 // file is left as it was and `error` says why.
 bool WriteFileAtomically(const std::string& path, std::string_view bytes, std::string& error);
 
-// Reads a whole file; false with `error` set when it cannot be read.
-bool ReadWholeFile(const std::string& path, std::string& bytes, std::string& error);
-
 }  // namespace quorvel::platform

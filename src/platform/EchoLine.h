@@ -35,6 +35,8 @@ class EchoLine final : public SerialLine {
   void Purge(PurgeWhat what) override;
   bool IsGone() const override { return line_->IsGone(); }
   int Descriptor() const override { return line_->Descriptor(); }
+  bool WholeFrames() const override { return line_->WholeFrames(); }
+  int TakeDroppedFrames() override { return line_->TakeDroppedFrames(); }
 
   // Mismatches since the last call.
   int TakeMismatches();

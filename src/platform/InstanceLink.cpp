@@ -76,6 +76,52 @@ std::string LinkDirectory() {
   return LinkDirectoryFor(std::getenv("XDG_RUNTIME_DIR"), geteuid());
 }
 
+std::string FallbackLinkDirectoryFor(const char* runtimeDir, const char* cacheHome, const char* home) {
+  if (runtimeDir && runtimeDir[0] == '/') return {};
+  if (cacheHome && cacheHome[0] == '/') return std::string(cacheHome) + "/quorvel";
+  if (home && home[0] == '/') return std::string(home) + "/.cache/quorvel";
+  return {};
+}
+
+std::string FallbackLinkDirectory() {
+  if (const char* own = std::getenv("QUORVEL_LINK_DIR"); own && own[0] == '/') return {};
+  return FallbackLinkDirectoryFor(std::getenv("XDG_RUNTIME_DIR"), std::getenv("XDG_CACHE_HOME"), std::getenv("HOME"));
+}
+
+std::string PrepareLinkDirectoryOr(const std::string& dir, const std::string& fallback, std::string& note,
+                                   std::string& error) {
+  if (PrepareLinkDirectory(dir, error)) return dir;
+  struct stat info {};
+  if (fallback.empty() || lstat(dir.c_str(), &info) != 0 || info.st_uid == geteuid()) return {};
+  // The cache folder itself may not exist yet on a fresh account.
+  const std::string parent = fallback.substr(0, fallback.find_last_of('/'));
+  if (!parent.empty()) mkdir(parent.c_str(), 0700);
+  std::string problem;
+  if (!PrepareLinkDirectory(fallback, problem)) {
+    error += "; " + problem;
+    return {};
+  }
+  error.clear();
+  note = dir + " belongs to another user; later copies find this one through " + fallback;
+  return fallback;
+}
+
+std::string PrintableName(std::string_view name) {
+  static constexpr char kHex[] = "0123456789abcdef";
+  std::string shown;
+  for (const char c : name) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte < 0x20 || byte == 0x7f) {
+      shown += "\\x";
+      shown += kHex[byte >> 4];
+      shown += kHex[byte & 15];
+    } else {
+      shown += c;
+    }
+  }
+  return shown;
+}
+
 bool PrepareLinkDirectory(const std::string& dir, std::string& error) {
   if (mkdir(dir.c_str(), 0700) != 0 && errno != EEXIST) {
     error = Reason("cannot create", dir);

@@ -23,6 +23,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace quorvel::platform {
@@ -53,6 +54,25 @@ std::string LinkDirectory();
 // `error`, when it is not a directory of this user's that nobody else can
 // enter (a symbolic link is refused too).
 bool PrepareLinkDirectory(const std::string& dir, std::string& error);
+
+// Where the link goes when the shared /tmp name is taken by another user,
+// who may have made it first to keep this user out: "<cache>/quorvel" under
+// XDG_CACHE_HOME when that is an absolute path, else under "$HOME/.cache".
+// Empty without either, or when a runtime directory (or QUORVEL_LINK_DIR)
+// decides the place, since no other user can take that.
+std::string FallbackLinkDirectoryFor(const char* runtimeDir, const char* cacheHome, const char* home);
+// The same for this process's environment.
+std::string FallbackLinkDirectory();
+
+// Prepares `dir`, or `fallback` (when not empty) if `dir` belongs to another
+// user; then `note` says which folder is used and why. The directory to use,
+// or empty with the reason in `error`.
+std::string PrepareLinkDirectoryOr(const std::string& dir, const std::string& fallback, std::string& note,
+                                   std::string& error);
+
+// A name as it may be printed: control characters (which could move the
+// cursor or rewrite a terminal's title) become "\xNN".
+std::string PrintableName(std::string_view name);
 
 struct InstanceClaim;
 

@@ -8,8 +8,8 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 #include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <sstream>
 #include <vector>
@@ -186,6 +186,12 @@ std::string OpenFailureText(int comNumber, const OpenFailure& f) {
       return text + is + ", which has no device behind it. Is the adapter plugged in?";
     case OpenCause::NotSerial:
       return text + is + ", which is not a serial line.";
+    case OpenCause::NotAnAddress:
+      return text + is +
+             ", which is not a network address: write it as tcp://HOST:PORT, mbtcp://HOST:PORT or "
+             "mbtcp-listen://HOST:PORT.";
+    case OpenCause::UnknownHost:
+      return text + is + ", whose host is not known.";
     case OpenCause::Other:
       break;
   }

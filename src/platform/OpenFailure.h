@@ -16,6 +16,8 @@ enum class OpenCause {
   PermissionDenied,  // the device's group does not include this login
   NoSuchDevice,      // nothing at the mapped path, or no hardware behind it
   NotSerial,         // the path is not a serial line
+  NotAnAddress,      // a network path that does not read as one (scheme://HOST:PORT)
+  UnknownHost,       // a network path whose host name does not resolve
   Other,             // any other system error
 };
 

@@ -2,8 +2,9 @@
 
 // One serial line, as the port object sees it: opened exclusively with its
 // line settings, written to and read from without ever blocking, and closed
-// with the settings it had before restored. Two kinds exist: a device path
-// (TermiosLine) and an in-memory line for tests (MemoryLine).
+// with the settings it had before restored. A device path (TermiosLine), a
+// network connection (TcpLine, and the Modbus TCP lines that translate frames
+// on their way) or an in-memory line for tests (MemoryLine).
 //
 // Nothing here waits. Reads take what has arrived; writes hand the bytes over
 // and return, and the line keeps what the driver could not take yet and sends
@@ -74,6 +75,15 @@ class SerialLine {
   // A descriptor that polls readable when bytes have arrived, for an event
   // loop to wake on; -1 when the line has none (it is then serviced by time).
   virtual int Descriptor() const { return -1; }
+
+  // True for a line on which frames come as whole messages, one per read
+  // (Modbus TCP): a read that brought bytes has brought a whole frame, and
+  // its end needs no silence to be found.
+  virtual bool WholeFrames() const { return false; }
+
+  // Frames the line received and dropped since the last call, as not the
+  // answer awaited (another transaction's) or cut short by the connection.
+  virtual int TakeDroppedFrames() { return 0; }
 };
 
 }  // namespace quorvel::platform

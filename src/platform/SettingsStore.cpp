@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "platform/AtomicFile.h"
+#include "platform/BoundedRead.h"
 
 namespace quorvel::platform {
 namespace {
@@ -187,7 +188,7 @@ std::string FileSettingsStore::GetSetting(const std::string& app, const std::str
                                           const std::string& defaultValue) {
   if (!ValidName(app) || app.find('/') != std::string::npos || app == "." || app == "..") return defaultValue;
   std::string bytes, error;
-  if (!ReadWholeFile(FileOf(app).string(), bytes, error)) return defaultValue;
+  if (!ReadWholeFile(FileOf(app).string(), kSettingsFileLimit, bytes, error)) return defaultValue;
   const IniText ini = IniText::Parse(bytes);
   const auto at = ini.Find(section, key);
   if (!at) return defaultValue;
@@ -207,7 +208,7 @@ bool FileSettingsStore::SaveSetting(const std::string& app, const std::string& s
   std::string bytes;
   if (std::filesystem::exists(file, ec)) {
     // An unreadable file is left alone rather than replaced by this one value.
-    if (!ReadWholeFile(file.string(), bytes, lastError_)) return false;
+    if (!ReadWholeFile(file.string(), kSettingsFileLimit, bytes, lastError_)) return false;
   } else if (ec) {
     lastError_ = "Cannot read " + file.string() + ": " + ec.message();
     return false;

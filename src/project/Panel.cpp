@@ -49,6 +49,15 @@ int Panel::Count(std::string_view name) const {
   return found == counts_.end() ? 0 : found->second;
 }
 
+void Panel::Clear() {
+  // Destroyed only once the observer has let go of its views of them.
+  const auto gone = std::move(controls_);
+  controls_.clear();
+  byName_.clear();
+  counts_.clear();
+  if (observer_) observer_->PanelCleared();
+}
+
 void Panel::NotifyChanged(const PanelControl& control, ControlProperty what) {
   if (observer_) observer_->ControlChanged(control, what);
 }

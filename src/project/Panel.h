@@ -31,6 +31,8 @@ class PanelObserver {
   virtual ~PanelObserver() = default;
   virtual void ControlAdded(const PanelControl& control) = 0;
   virtual void ControlChanged(const PanelControl& control, ControlProperty what) = 0;
+  // Every control is about to go; none may be used after this returns.
+  virtual void PanelCleared() = 0;
 };
 
 class Panel : public PanelFactory {
@@ -48,6 +50,10 @@ class Panel : public PanelFactory {
   int Count(std::string_view name) const;
   // Every control in the order made.
   const std::deque<std::unique_ptr<PanelControl>>& Controls() const { return controls_; }
+
+  // Removes every control (and numbers new ones from 1 again), for a project
+  // loaded anew into the same window; the observer stays.
+  void Clear();
 
   void SetObserver(PanelObserver* observer) { observer_ = observer; }
   void NotifyChanged(const PanelControl& control, ControlProperty what);

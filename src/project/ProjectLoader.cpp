@@ -3,13 +3,12 @@
 #include <array>
 #include <exception>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <string_view>
 #include <system_error>
 
 #include "convert/AddressCode.h"
+#include "platform/BoundedRead.h"
 #include "project/BinaryReader.h"
 #include "project/CodePage.h"
 #include "project/Panel.h"
@@ -28,22 +27,25 @@ bool IsKnownKind(std::string_view name) {
   return false;
 }
 
-// The bytes of a regular file; nothing for anything else (a folder, a device)
-// or when it cannot be read, which then fails the header check.
-std::vector<std::uint8_t> ReadWholeFile(const std::filesystem::path& path) {
-  std::error_code ec;
-  if (!std::filesystem::is_regular_file(path, ec)) return {};
-  std::ifstream in(path, std::ios::binary);
-  if (!in) return {};
-  std::vector<std::uint8_t> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  if (in.bad()) return {};
-  return bytes;
+// The first line of `bytes` with its line end, as far as a header goes.
+std::string_view RawHeader(std::span<const std::uint8_t> bytes) {
+  std::size_t size = 0;
+  while (size < kHeaderLimit && size < bytes.size()) {
+    if (bytes[size++] == '\n') break;
+  }
+  return {reinterpret_cast<const char*>(bytes.data()), size};
+}
+
+bool IsProjectHeader(std::span<const std::uint8_t> bytes) { return HasProjectTag(HeaderText(RawHeader(bytes))); }
+
+std::span<const std::uint8_t> AsBytes(const std::string& text) {
+  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
 
 class Loader {
  public:
   Loader(std::span<const std::uint8_t> bytes, PanelFactory& panel, const CodePage& codePage, ProjectLoad& out)
-      : in_(bytes), panel_(panel), codePage_(codePage), out_(out), file_(out.file) {}
+      : bytes_(bytes), in_(bytes), panel_(panel), codePage_(codePage), out_(out), file_(out.file) {}
 
   // Reads the first line; false when it lacks the project tag.
   bool ReadHeader();
@@ -74,6 +76,7 @@ class Loader {
   void File(ElementCollection& collection, std::string key, std::shared_ptr<CtrlProp> element);
   void ShowPicture(const PictureRecord& picture);
 
+  std::span<const std::uint8_t> bytes_;
   BinaryReader in_;
   PanelFactory& panel_;
   const CodePage& codePage_;
@@ -82,10 +85,8 @@ class Loader {
 };
 
 bool Loader::ReadHeader() {
-  while (file_.Header.size() < kHeaderLimit && !in_.AtEnd()) {
-    file_.Header += static_cast<char>(in_.ReadU8());
-    if (file_.Header.back() == '\n') break;
-  }
+  file_.Header = RawHeader(bytes_);
+  in_.ReadChars(static_cast<std::int64_t>(file_.Header.size()));
   return HasProjectTag(HeaderText(file_.Header));
 }
 
@@ -244,8 +245,19 @@ ProjectLoad LoadProject(const std::string& path, PanelFactory& panel, const Code
     out.messages.push_back(kPathNotFound + path);
     return out;
   }
-  const std::vector<std::uint8_t> bytes = ReadWholeFile(fsPath);
-  ProjectLoad out = LoadProjectBytes(bytes, path, panel, codePage);
+  // The header is looked at before the rest is read, so that a large file
+  // of something else is turned away at once.
+  const auto refused = [](std::string message) {
+    ProjectLoad out;
+    out.messages.push_back(std::move(message));
+    return out;
+  };
+  platform::BoundedFile file;
+  std::string bytes, error;
+  if (!file.Open(path, error) || !file.Read(kHeaderLimit, bytes, error)) return refused(error);
+  if (!IsProjectHeader(AsBytes(bytes))) return refused(kUnknownFormat + path);
+  if (!file.ReadRest(platform::kProjectFileLimit, bytes, error)) return refused(error);
+  ProjectLoad out = LoadProjectBytes(AsBytes(bytes), path, panel, codePage);
   out.title = fsPath.filename().string();
   return out;
 }

@@ -264,6 +264,34 @@ std::string AddressCaption(std::uint32_t code) {
   return text;
 }
 
+std::string TypeNameOf(std::uint32_t code) {
+  const AddressCode element(code);
+  if (element.isBit()) return "bits:" + std::to_string(element.width());
+  constexpr std::uint32_t kShape =
+      AddressCode::kTypeMask | AddressCode::kHex | AddressCode::kBinary | AddressCode::kUnsigned;
+  for (const auto& t : kRegisterTypes)
+    if ((code & kShape) == t.bits) return t.name;
+  return "";
+}
+
+std::vector<std::string> TypesFor(std::uint32_t code) {
+  std::vector<std::string> names;
+  if (AddressCode(code).isBit()) {
+    for (int n = 1; n <= 16; ++n) names.push_back("bits:" + std::to_string(n));
+  } else {
+    for (const auto& t : kRegisterTypes) names.emplace_back(t.name);
+  }
+  return names;
+}
+
+bool TakesWordOrder(std::string_view type) {
+  std::string error;
+  const auto code = ElementCodeFor("HR", 0, type, false, error);
+  return code && AddressCode(*code).width() > 1;
+}
+
+std::string TableNameOf(std::uint32_t code) { return kTables[(code & AddressCode::kTableMask) >> 28].name; }
+
 std::string TypeNames() {
   std::string names;
   for (const auto& t : kRegisterTypes) names += std::string(t.name) + ", ";

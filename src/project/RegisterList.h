@@ -56,6 +56,21 @@ std::optional<std::uint32_t> ElementCodeFor(std::string_view table, std::uint32_
 // "HR0040", "C 0007": the table's short name and the address in four digits.
 std::string AddressCaption(std::uint32_t code);
 
+// The type name ElementCodeFor takes for what `code` shows ("float32",
+// "bits:8"); the word order is not part of it.
+std::string TypeNameOf(std::uint32_t code);
+
+// The type names a value of `code`'s table can take, in the order of the
+// usage text: the register types, or bits:1 to bits:16.
+std::vector<std::string> TypesFor(std::uint32_t code);
+
+// Whether a value of `type` spans several registers, so that its word order
+// ("swapped") can be chosen.
+bool TakesWordOrder(std::string_view type);
+
+// "HR", "IR", "C" or "DI": the table of `code` as ElementCodeFor takes it.
+std::string TableNameOf(std::uint32_t code);
+
 // The type names ElementCodeFor takes, for usage texts.
 std::string TypeNames();
 

@@ -26,7 +26,24 @@ FrameRule FrameRule::AnswerFrom(std::uint8_t id, std::uint8_t function) { return
 
 FrameRule FrameRule::Requests() { return {Side::Slave, 0, 0}; }
 
+FrameRule FrameRule::Ascii() { return {Side::Ascii, 0, 0}; }
+
+FrameMatch FrameRule::FindAscii(std::span<const std::uint8_t> bytes) const {
+  std::size_t start = bytes.size();  // none begun
+  for (std::size_t p = 0; p < bytes.size(); ++p) {
+    if (bytes[p] == ':') {
+      start = p;
+    } else if (bytes[p] == '\n' && start < p) {
+      return {FrameKind::Awaited, start, p + 1 - start};
+    }
+  }
+  FrameMatch none;
+  none.pending = start < bytes.size();
+  return none;
+}
+
 FrameMatch FrameRule::Find(std::span<const std::uint8_t> bytes, bool quiet) const {
+  if (side_ == Side::Ascii) return FindAscii(bytes);
   bool heldBack = false;  // an earlier candidate may still complete
   // The last byte alone may begin a frame too: it is judged as one whose
   // length has not come yet.

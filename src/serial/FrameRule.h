@@ -13,6 +13,10 @@
 // sent (or its exception answer); a listening slave looks for requests to any
 // address, and also knows the answers other slaves give, so that it can pass
 // over them instead of reading them as requests.
+//
+// An ASCII frame needs no length: it runs from a ':' to the next LF, and a
+// ':' that comes again before that LF starts the frame anew (what was before
+// it was cut short). So several frames read at once are each found in turn.
 
 #include <cstddef>
 #include <cstdint>
@@ -42,12 +46,15 @@ class FrameRule {
   // Requests to any address (0, broadcast, up to 247); other slaves' answers
   // are recognised as foreign.
   static FrameRule Requests();
+  // ASCII frames, from ':' to LF, whoever sends them.
+  static FrameRule Ascii();
 
   // `quiet`: no more bytes will come for this frame.
   FrameMatch Find(std::span<const std::uint8_t> bytes, bool quiet = false) const;
 
  private:
-  enum class Side : std::uint8_t { Master, Slave };
+  enum class Side : std::uint8_t { Master, Slave, Ascii };
+  FrameMatch FindAscii(std::span<const std::uint8_t> bytes) const;
   FrameRule(Side side, std::uint8_t id, std::uint8_t function) : side_(side), id_(id), function_(function) {}
 
   Side side_;

@@ -53,13 +53,22 @@ void OverlappedRead::StartFramed(std::span<std::uint8_t> into, const FrameRule& 
 OverlappedRead::Progress OverlappedRead::Poll(platform::SerialLine& line, double nowMs) {
   if (!active_) return Progress::Idle;
   const std::size_t room = into_.size() - received_;
+  bool whole = false;
   if (room > 0) {
     const platform::IoResult r = line.ReadAvailable(into_.subspan(received_));
     if (r.status == platform::IoStatus::Ok && r.count > 0) {
       received_ += std::min(r.count, room);
       lastMs_ = nowMs;
       looked_ = false;
+      whole = line.WholeFrames();
     }
+  }
+  // A line that hands over whole frames has just ended one: no silence
+  // needs waiting for.
+  if (whole) {
+    active_ = false;
+    if (kind_ == Kind::Framed) TakeFrame(true);
+    return Progress::Complete;
   }
   if (kind_ == Kind::Framed && TakeFrame(false)) {
     active_ = false;

@@ -13,6 +13,9 @@
 // it is kept for the next read, as the start of the next frame), or after a
 // silence measured in characters, or when full.
 //
+// On a line that hands over whole frames (Modbus TCP) a read ends with the
+// first frame it takes.
+//
 // This is where the end of a received frame is decided, and the only place:
 // the port's state machine only starts reads and takes what they bring.
 

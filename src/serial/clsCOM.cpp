@@ -59,6 +59,7 @@ bool clsCOM::OpenCOM(std::int16_t& com) {
 
   line_ = std::move(line);
   echo_ = echo;
+  wholeFrames_ = line_->WholeFrames();
   if (!entry_.Traffic) entry_.Traffic = std::make_shared<TrafficLog>();
   const auto wall = std::chrono::system_clock::now().time_since_epoch();
   entry_.Traffic->Anchor(clock_.Nanoseconds() / 1000,
@@ -210,11 +211,28 @@ void clsCOM::Drain(double nowMs) {
 }
 
 double clsCOM::QuietUntilMs() const {
-  const double silence = timing_ == LineTiming::Standard ? silenceMs_ : 0;
+  // Frames that travel whole need no gap between them.
+  const double silence = timing_ == LineTiming::Standard && !wholeFrames_ ? silenceMs_ : 0;
   return lastHeardMs_ + std::max(silence, quietNeededMs_);
 }
 
 int clsCOM::EchoMismatches() { return echo_ ? echo_->TakeMismatches() : 0; }
+
+void clsCOM::CountDroppedFrames() {
+  // Asked of a lost line too: a frame cut short by the loss is counted.
+  if (!line_) return;
+  const int dropped = line_->TakeDroppedFrames();
+  if (dropped == 0) return;
+  // Frames the line turned away count against the window that waits on the
+  // port, as a frame that came broken would.
+  for (std::size_t i = 0; i < devices_.DeviceCount(); ++i) {
+    DeviceLink& device = devices_.Device(i);
+    if (device.WaitResponce() && device.COM() == com_) {
+      for (int n = 0; n < dropped; ++n) device.CountFrameError();
+      return;
+    }
+  }
+}
 
 void clsCOM::RecordSent(bool response, std::int32_t count) {
   if (!entry_.Traffic) return;
@@ -286,6 +304,7 @@ void clsCOM::Hit() {
 void clsCOM::HitMaster() {
   const double now = clock_.GetTimeMs();
   echoMismatches_ += EchoMismatches();
+  CountDroppedFrames();
   std::int32_t code = 0;
   switch (state_) {
     case kSending:
@@ -301,8 +320,8 @@ void clsCOM::HitMaster() {
     case kWaitingFirst: {
       const std::int32_t event = CheckEvent();
       if (event == kComplete) {
-        if (Framed() && !ascii_) {
-          read_.StartFramed(buffer_, answerRule_, silenceMs_, now);
+        if (Framed()) {
+          read_.StartFramed(buffer_, ascii_ ? asciiRule_ : answerRule_, FrameSilenceMs(), now);
         } else {
           StartRead(0, bufferSize_);
         }
@@ -313,7 +332,7 @@ void clsCOM::HitMaster() {
       break;
     }
     case kReading: {
-      const std::int32_t r = ascii_ ? ReadASCII() : ReadRTU();
+      const std::int32_t r = GathersAscii() ? ReadASCII() : ReadRTU();
       if (r == kComplete) {
         code = received_ == expectedLength_ ? MODBUS::kFrameComplete : MODBUS::kFrameOtherLength;
       } else if (ascii_ && r == kNoFrame) {
@@ -371,7 +390,7 @@ void clsCOM::HitSlave() {
   // Our answer did not come back as sent: it collided with someone else's.
   if (EchoMismatches() > 0)
     if (DeviceLink* device = FindDevice(answeredId_)) device->CountFrameError();
-  const std::int32_t r = ascii_ ? ReadASCIISlave() : ReadRTU();
+  const std::int32_t r = GathersAscii() ? ReadASCIISlave() : ReadRTU();
   if (r == kPending) return;
   const std::span<const std::uint8_t> got(buffer_.data(), static_cast<std::size_t>(received_));
   const bool foreign = read_.Found() == FrameKind::Foreign;
@@ -388,7 +407,7 @@ void clsCOM::HitSlave() {
 }
 
 void clsCOM::HitMonitor() {
-  const std::int32_t r = ascii_ ? ReadASCIISlave() : ReadRTU();
+  const std::int32_t r = GathersAscii() ? ReadASCIISlave() : ReadRTU();
   if (r == kPending) return;
   if (r == kComplete && received_ > 0) {
     const std::span<const std::uint8_t> frame(buffer_.data(), static_cast<std::size_t>(received_));
@@ -437,8 +456,8 @@ void clsCOM::Listen() {
     // A Monitor splits frames by their lengths in every timing, so that it
     // tells a request from the answer that follows it at once; Classic only
     // gives it its longer silence.
-    const double silence = Framed() ? silenceMs_ : static_cast<double>(timeouts_.ReadIntervalTimeout);
-    read_.StartFramed(buffer_, requestRule_, silence, clock_.GetTimeMs());
+    const double silence = Framed() ? FrameSilenceMs() : static_cast<double>(timeouts_.ReadIntervalTimeout);
+    read_.StartFramed(buffer_, RequestRule(), silence, clock_.GetTimeMs());
   } else {
     StartRead(0, bufferSize_);
   }

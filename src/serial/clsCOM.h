@@ -135,13 +135,22 @@ class clsCOM {
   bool WriteRequest(double nowMs);
   // Echo mismatches since the last look.
   int EchoMismatches();
+  // Frames the line dropped (a Modbus TCP answer to another transaction).
+  void CountDroppedFrames();
   // Into the port's traffic log. A received frame is judged by its checksum
   // and, for one that fails, by whether it has the length its header says.
   void RecordSent(bool response, std::int32_t count);
   void RecordReceived(TrafficVerdict verdict, bool response, std::span<const std::uint8_t> bytes);
   TrafficVerdict Judge(std::span<const std::uint8_t> frame, bool response) const;
   // Listening framed (Standard, Fast, and a Monitor in any timing).
-  bool ListensFramed() const { return !ascii_ && (Framed() || mode_ == kModeMonitor); }
+  // Classic ASCII gathers characters up to LF piecewise; every other read
+  // is framed by OverlappedRead.
+  bool GathersAscii() const { return ascii_ && !Framed(); }
+  bool ListensFramed() const { return !GathersAscii() && (Framed() || mode_ == kModeMonitor); }
+  const FrameRule& RequestRule() const { return ascii_ ? asciiRule_ : requestRule_; }
+  // How long a framed read waits after the last character before it gives up
+  // on the frame: t3.5 for RTU, a second for ASCII, whose frames may pause.
+  double FrameSilenceMs() const { return ascii_ ? kAsciiGapMs : silenceMs_; }
   void HitMaster();
   void HitSlave();
   void HitMonitor();
@@ -195,8 +204,11 @@ class clsCOM {
   std::int32_t received_ = 0;  // the count of the last completed read or frame
 
   LineTiming timing_ = LineTiming::Classic;
-  double silenceMs_ = 0;                // t3.5 at the port's rate
+  double silenceMs_ = 0;  // t3.5 at the port's rate
+  static constexpr double kAsciiGapMs = 1000;
+  const FrameRule asciiRule_ = FrameRule::Ascii();
   platform::EchoLine* echo_ = nullptr;  // the line itself, when it removes echo
+  bool wholeFrames_ = false;            // the line hands over whole frames (Modbus TCP)
   FrameRule answerRule_ = FrameRule::AnswerFrom(0, 0);
   FrameRule requestRule_ = FrameRule::Requests();
   bool writeKept_ = false;       // a request waits for a quiet line

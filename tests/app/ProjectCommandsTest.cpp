@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <filesystem>
 
 #include "CliTestSupport.h"
@@ -32,12 +34,24 @@ TEST_F(ProjectCommands, BuildThenDumpThenBuildGivesTheSameBytes) {
 
 TEST_F(ProjectCommands, DumpReportsFilesThatDoNotLoad) {
   quorvel::testing::WriteBytes(Path("text.qvc"), "just some text\n");
+  // 20 GB that take no room: the header alone decides, and at once.
+  const auto sparse = [&](const std::string& name, const std::string& head) {
+    quorvel::testing::WriteBytes(Path(name), head);
+    std::filesystem::resize_file(Path(name), 20ull << 30);
+  };
+  sparse("huge.qvc", "not a project\n");
+  sparse("huge-project.qvc", "DraventaFabricant\n");
+  // Opened without waiting for a writer, so nothing needs to hold its other end.
+  ASSERT_EQ(mkfifo(Path("pipe.qvc").c_str(), 0600), 0);
   struct Case {
     std::string path;
     std::string err;
   };
   const Case cases[] = {{Path("none.qvc"), "Path not found: " + Path("none.qvc") + "\n"},
-                        {Path("text.qvc"), "Unknown file format: " + Path("text.qvc") + "\n"}};
+                        {Path("text.qvc"), "Unknown file format: " + Path("text.qvc") + "\n"},
+                        {Path("huge.qvc"), "Unknown file format: " + Path("huge.qvc") + "\n"},
+                        {Path("huge-project.qvc"), "File too large: " + Path("huge-project.qvc") + "\n"},
+                        {Path("pipe.qvc"), "Cannot read " + Path("pipe.qvc") + ": not a regular file\n"}};
   for (const Case& c : cases) {
     const CliRun run = RunCli({"dump", c.path});
     EXPECT_EQ(run.status, 1);

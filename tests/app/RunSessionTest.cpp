@@ -58,7 +58,8 @@ struct RunSession : ::testing::Test {
 TEST_F(RunSession, OpensEveryWindowChoosesUserRequestsAndSavesTheSession) {
   const CliRun run = Run({"--seconds", "1.5", "--user-request", "Reset totaliser", "--user-request",
                           "2:Reset totaliser", "--user-request", "No such item"});
-  ASSERT_EQ(run.status, 0) << run.err;
+  // The run goes on past a user request that names nothing, but fails.
+  ASSERT_EQ(run.status, 1) << run.err;
   const auto state = nlohmann::json::parse(run.out);
   ASSERT_EQ(state["windows"].size(), 2u) << run.out;
   const auto& master = state["windows"][0];
@@ -143,6 +144,9 @@ TEST_F(RunSession, RefusesProjectOptionsAndUnknownTimings) {
   } cases[] = {
       {{"run", "--com", "3", kSession}, "--com is for a project"},
       {{"run", "--timing", "slow", kSession}, "timing is classic, standard or fast, not 'slow'"},
+      {{"run", "--seconds", "nan", kSession}, "not a number of seconds: 'nan'"},
+      {{"run", "--seconds", "inf", kSession}, "not a number of seconds: 'inf'"},
+      {{"monitor", "--seconds", "INF"}, "not a number of seconds: 'INF'"},
       // The sample session's second window emulates the meter.
       {{"run", "--log", "2:values.csv", kSession}, "window 2 is a Slave: it has no values to log"},
       {{"run", "--log", "3:values.csv", kSession}, "there is no window 3"},

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -154,7 +155,7 @@ TEST(Session, RoundTripRestoresWindowsPortsAndPlaces) {
       {sibling, {kMaster, 1, 247, 300, 100, 0, false, {300, 300, 6000.25f, 4000}}},
       {below, {kSlave, 2, 5, 50, 60, 70, true, {600, 600, 5000, 3000}}},
       {foreign, {kMonitor, 0, 9, 0, 0, 0, true, {1, 2, 3, 4}}},
-      {beside, {kMonitor, 16, 0, -1, 2147483647, -2147483647 - 1, false, {-15, -30, 0, 0}}},
+      {beside, {kMonitor, 16, 0, 0, 2147483647, -2147483647 - 1, false, {-15, -30, 0, 0}}},
   };
   const std::string file = dir.Make("work/s.qvs");
   {
@@ -271,6 +272,10 @@ TEST(Session, ADamagedFileOpensWhatComesBeforeTheDamage) {
     std::size_t windows;    // windows opened
     std::int32_t timeout1;  // the first window's Timeout, when open
     std::string message;    // after the file's name; empty when read whole
+    // A value out of range is told but costs nothing else: the file counts
+    // as read and the field takes its default, which `fallback` checks.
+    bool readWhole = false;
+    std::function<void(const frmQuorvelMain&)> fallback = {};
   };
   const Damage damages[] = {
       {"count too large", replaced(115, "3\r\n"), 16, true, 2, 100,
@@ -286,27 +291,67 @@ TEST(Session, ADamagedFileOpensWhatComesBeforeTheDamage) {
        "line 114: Input past end of file reading the frame height"},
       {"negative count", replaced(115, "-1\r\n"), 16, true, 0, 0,
        "line 115: Overflow reading the number of windows, found \"-1\""},
+      // Lines 29-35 are COM5's block: ASCII, ASCII8bits, BaudRate, Mode, Parity, flags, StopBits.
+      {"baud rate of 0", replaced(31, "0\r\n"), 16, true, 2, 100,
+       "line 31: BaudRate of COM5: a baud rate is 1 to 4000000, not '0'", true,
+       [](const frmQuorvelMain& f) { EXPECT_EQ(f.Port(5).dcb.BaudRate, 9600U); }},
+      {"negative baud rate", replaced(31, "-1\r\n"), 16, true, 2, 100,
+       "line 31: BaudRate of COM5: a baud rate is 1 to 4000000, not '-1'", true,
+       [](const frmQuorvelMain& f) { EXPECT_EQ(f.Port(5).dcb.BaudRate, 9600U); }},
+      {"baud rate above 4000000", replaced(31, "4000001\r\n"), 16, true, 2, 100,
+       "line 31: BaudRate of COM5: a baud rate is 1 to 4000000, not '4000001'", true,
+       [](const frmQuorvelMain& f) { EXPECT_EQ(f.Port(5).dcb.BaudRate, 9600U); }},
+      // A port's mode follows the windows that open on it, so COM7, which has none.
+      {"port mode 4", replaced(46, "4\r\n"), 16, true, 2, 100,
+       "line 46: Mode of COM7: a mode is 0 (none) to 3, not '4'", true,
+       [](const frmQuorvelMain& f) { EXPECT_EQ(f.Port(7).Mode, 0); }},
+      {"parity 5", replaced(33, "5\r\n"), 16, true, 2, 100, "line 33: Parity of COM5: a parity is 0 to 4, not '5'",
+       true, [](const frmQuorvelMain& f) { EXPECT_EQ(f.Port(5).dcb.Parity, 0); }},
+      {"parity past a byte", replaced(33, "300\r\n"), 16, true, 2, 100,
+       "line 33: Parity of COM5: a parity is 0 to 4, not '300'", true,
+       [](const frmQuorvelMain& f) { EXPECT_EQ(f.Port(5).dcb.Parity, 0); }},
+      {"stop bits 3", replaced(35, "3\r\n"), 16, true, 2, 100,
+       "line 35: StopBits of COM5: stop bits are 0 to 2, not '3'", true,
+       [](const frmQuorvelMain& f) { EXPECT_EQ(f.Port(5).dcb.StopBits, 0); }},
+      // Lines 116-127 are window 1: project, COM, ID, Mode, Timeout, ...
+      {"ID 256", replaced(118, "256\r\n"), 16, true, 2, 100, "line 118: ID of window 1: an ID is 0 to 255, not '256'",
+       true, [](const frmQuorvelMain& f) { EXPECT_EQ(f.Devices()[0]->ID(), 1); }},
+      {"negative ID", replaced(130, "-1\r\n"), 16, true, 2, 100,
+       "line 130: ID of window 2: an ID is 0 to 255, not '-1'", true,
+       [](const frmQuorvelMain& f) { EXPECT_EQ(f.Devices()[1]->ID(), 1); }},
+      {"window mode 0", replaced(119, "0\r\n"), 16, true, 2, 100,
+       "line 119: Mode of window 1: a mode is 1 to 3, not '0'", true,
+       [](const frmQuorvelMain& f) { EXPECT_EQ(f.Devices()[0]->Mode(), kMaster); }},
+      {"window mode 4", replaced(131, "4\r\n"), 16, true, 2, 100,
+       "line 131: Mode of window 2: a mode is 1 to 3, not '4'", true},
+      {"negative timeout", replaced(120, "-1\r\n"), 16, true, 2, 0,
+       "line 120: Timeout of window 1: a timeout is 0 or more milliseconds, not '-1'", true},
   };
   for (const Damage& d : damages) {
     SCOPED_TRACE(d.what);
     testing::WriteBytes(file, d.text);
     TestFrame t;
-    EXPECT_EQ(LoadSession(t.frame, file), d.message.empty());
+    EXPECT_EQ(LoadSession(t.frame, file), d.message.empty() || d.readWhole);
     if (d.message.empty()) {
       EXPECT_TRUE(t.messages.empty()) << t.messages.front();
     } else {
       ASSERT_EQ(t.messages.size(), 1U);
       EXPECT_EQ(t.messages[0], file + ", " + d.message);
     }
-    for (int com = 1; com <= 16; ++com)
+    for (int com = 1; com <= 16; ++com) {
+      if (d.readWhole && com == 5) continue;
       EXPECT_EQ(t.frame.Port(com).dcb.BaudRate, com <= d.ports ? 1200U * com : DCB{}.BaudRate) << com;
+    }
     EXPECT_EQ(t.frame.Placement.Width, d.size ? 9000 : 0);
     ASSERT_EQ(t.frame.Devices().size(), d.windows);
+    if (d.fallback) d.fallback(t.frame);
     if (d.windows > 0) {
-      EXPECT_EQ(t.frame.Devices()[0]->Mode(), kSlave);
+      if (!d.readWhole) {
+        EXPECT_EQ(t.frame.Devices()[0]->Mode(), kSlave);
+      }
       EXPECT_EQ(t.frame.Devices()[0]->Timeout(), d.timeout1);
     }
-    if (d.windows > 1) {
+    if (d.windows > 1 && !d.readWhole) {
       EXPECT_EQ(t.frame.Devices()[1]->ID(), 7);
     }
   }

@@ -74,6 +74,25 @@ TEST(Caption, NamesProjectModeAddressAndPort) {
   }
 }
 
+TEST(Caption, NetworkPortShowsItsAddressInsteadOfLineSettings) {
+  FakeHost host;
+  host.paths[3] = "mbtcp://127.0.0.1:502";
+  host.paths[4] = "/dev/ttyUSB0";
+  auto w = NewWindow(host);
+  w->SetMode(kMaster);
+  w->SetConnected(true);
+  for (int com : {3, 4}) {
+    host.ports[static_cast<std::size_t>(com)].State = PortEntry::kOpen;
+    host.ports[static_cast<std::size_t>(com)].dcb.BaudRate = 9600;
+  }
+  w->SetCOM(3);
+  w->ShowCaption();
+  EXPECT_EQ(w->Caption(), "Coriolis Master ID:1 Connected: COM3  mbtcp://127.0.0.1:502");
+  w->SetCOM(4);
+  w->ShowCaption();
+  EXPECT_EQ(w->Caption(), "Coriolis Master ID:1 Connected: COM4  9600-1-n-8 RTU");
+}
+
 enum class Event { Good, Timeout, Parity, Frame, Crc, Data, Ex1, Ex2, Ex3 };
 
 void Happen(frmQuorvel& w, Event e) {

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -29,8 +30,10 @@ struct FakeHost final : DeviceHost {
   };
   std::vector<UserWriteCall> userWrites;
   std::string copied;
+  std::map<int, std::string> paths;  // ports mapped otherwise than by default
 
   PortEntry& Port(int com) override { return ports.at(static_cast<std::size_t>(com)); }
+  std::string PortPath(int com) const override { return paths.contains(com) ? paths.at(com) : std::string(); }
   void OpenCOM() override { ++openComCalls; }
   std::int32_t GetTickCount() override { return now; }
   void MsgBox(const std::string& text) override { boxes.push_back(text); }

@@ -2,25 +2,28 @@
 // the ways the program offers: the window that comes up is the active one and
 // the menu bar is its own, not the bare frame's; its menu then works on it.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <QApplication>
 #include <QClipboard>
 #include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QMenuBar>
 #include <QScreen>
 #include <QScrollArea>
 #include <QScrollBar>
-#include <QMdiSubWindow>
-#include <QMenuBar>
 #include <QTest>
 #include <filesystem>
 #include <future>
 
+#include "MenuTestSupport.h"
 #include "app/RecentLists.h"
 #include "app/qt/DeviceWindow.h"
 #include "app/qt/MainWindow.h"
 #include "platform/InstanceLink.h"
-#include "MenuTestSupport.h"
 
 namespace quorvel {
 namespace {
@@ -154,11 +157,46 @@ TEST_F(OpeningWindows, ARecentSession) {
   ASSERT_NE(active, nullptr);
   EXPECT_EQ(frame->Menus().Window(), &static_cast<DeviceWindow*>(active->widget())->Core());
   EXPECT_NE(MenuTitles(), "&File|&Help");
+  // Each window comes up where and as large as the session keeps it (twips),
+  // and reading it back from the screen gives the same place.
+  const WindowPlacement kept[] = {{0, 0, 11040, 7800}, {600, 600, 11040, 7800}};
+  for (std::size_t i = 0; i < 2; ++i) {
+    EXPECT_EQ(frame->Views()[i]->Core().Placement, kept[i]) << i;
+    EXPECT_EQ(frame->Views()[i]->parentWidget()->geometry(),
+              QRect(static_cast<int>(kept[i].Left / 15), static_cast<int>(kept[i].Top / 15), 736, 520))
+        << i;
+  }
+}
+
+// A recent entry that now names a FIFO (or a device) is refused at once with
+// a message; the window stays responsive and opens nothing.
+TEST_F(OpeningWindows, ARecentEntryThatIsNoFileIsRefusedAtOnce) {
+  const auto dir = std::filesystem::temp_directory_path() / ("quorvel-gui-fifo-" + std::to_string(getpid()));
+  std::filesystem::create_directories(dir);
+  const std::string project = (dir / "pipe.qvc").string(), session = (dir / "pipe.qvs").string();
+  std::vector<int> writers;
+  for (const std::string& path : {project, session}) {
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    // Held open here so that even a reader that waited for a writer would not hang the test.
+    writers.push_back(open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC));
+  }
+  std::vector<std::string> boxes;
+  frame->SetMsgBoxSink([&](const std::string& text) { boxes.push_back(text); });
+  AddRecentFile(frame->Globals(), project);
+  AddRecentSession(frame->Globals(), session);
+  frame->SyncView();
+  TriggerFileItem(QString::fromStdString("&1 " + project));
+  TriggerFileItem(QString::fromStdString("Session &1 " + session));
+  EXPECT_TRUE(frame->Views().empty());
+  EXPECT_EQ(boxes, (std::vector<std::string>{"Cannot read " + project + ": not a regular file",
+                                             "Cannot read " + session + ": not a regular file"}));
+  for (const int fd : writers) close(fd);
+  std::filesystem::remove_all(dir);
 }
 
 TEST_F(OpeningWindows, AProjectHandedOverByASecondCopy) {
-  const std::string dir = (std::filesystem::temp_directory_path() / ("quorvel-gui-link-" + std::to_string(getpid())))
-                              .string();
+  const std::string dir =
+      (std::filesystem::temp_directory_path() / ("quorvel-gui-link-" + std::to_string(getpid()))).string();
   std::string error;
   ASSERT_TRUE(platform::PrepareLinkDirectory(dir, error)) << error;
   platform::InstanceClaim claim = platform::ClaimInstance(dir);

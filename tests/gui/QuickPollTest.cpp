@@ -22,14 +22,14 @@
 
 #include <unistd.h>
 
+#include "MenuTestSupport.h"
+#include "WaitSupport.h"
 #include "app/qt/DeviceWindow.h"
 #include "app/qt/FindDevicesDialog.h"
 #include "app/qt/MainWindow.h"
 #include "app/qt/NewPollDialog.h"
 #include "app/qt/QuickPollCommands.h"
 #include "platform/NullModem.h"
-#include "MenuTestSupport.h"
-#include "WaitSupport.h"
 
 namespace quorvel {
 namespace {
@@ -133,6 +133,36 @@ TEST_F(QuickPollDesktop, NewPollOpensAConnectedMasterThatShowsTheDevicesValues) 
   ASSERT_NE(reopened, nullptr);
   EXPECT_EQ(reopened->ElementsOf(Table::Holding).size(), 1u);
   EXPECT_EQ(reopened->PollingPeriod(), 100);
+}
+
+TEST_F(QuickPollDesktop, AValueRetypedFromItsMenuShowsTheNewDecodingStillConnected) {
+  frmQuorvel& meter = EmulatedMeter();
+  QuickPollTarget target;
+  target.slaveId = meter.ID();
+  target.poll = {3, 13, 1, "hex16", 100};
+  std::string error;
+  frmQuorvel* poll = nullptr;
+  frame->Command([&] { poll = OpenQuickPoll(*frame, target, error); });
+  ASSERT_NE(poll, nullptr) << error;
+  frame->SyncView();
+  ASSERT_TRUE(WaitFor([&] { return ValueText(*poll, "HR0013") == "2A51h"; })) << ValueText(*poll, "HR0013");
+  const int box = poll->ElementsOf(Table::Holding).front().element->rCtrl()->Index();
+  EXPECT_EQ(ValueMenu(*frame, meter, box), nullptr) << "a window from a project file has no value menu";
+
+  const std::unique_ptr<QMenu> menu = ValueMenu(*frame, *poll, box);
+  ASSERT_NE(menu, nullptr);
+  QAction* uint16 = nullptr;
+  for (QAction* action : menu->actions())
+    if (action->text() == "uint16") uint16 = action;
+  ASSERT_NE(uint16, nullptr);
+  uint16->trigger();
+  EXPECT_TRUE(WaitFor([&] { return ValueText(*poll, "HR0013") == "10 833"; })) << ValueText(*poll, "HR0013");
+  EXPECT_TRUE(poll->Connected());
+  EXPECT_EQ(frame->Port(1).State, PortEntry::kOpen);
+  bool shown = false;
+  for (const auto* w : frame->findChildren<DeviceWindow*>())
+    if (&w->Core() == poll) shown = w->Panel().ViewOf("Tbd", box) && w->Panel().ViewOf("Tbd", box)->Text() == "10 833";
+  EXPECT_TRUE(shown) << "the value box on screen shows the new decoding";
 }
 
 TEST_F(QuickPollDesktop, APollOnAPortHeldByASlaveIsRefused) {

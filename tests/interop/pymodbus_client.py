@@ -3,9 +3,10 @@
 line, one after the other, and prints what came back as JSON.
 
     pymodbus_client.py [--rtu] [--gap MS] TTY BAUD SLAVE_ID STEP...
+    pymodbus_client.py --tcp HOST:PORT SLAVE_ID STEP...
 
 ASCII unless --rtu; --gap MS waits that long after each answer before the
-next request (none by default).
+next request (none by default). --tcp speaks Modbus TCP to HOST:PORT instead.
 
 A step is a function name and its numbers, one argument:
     "read_holding 0 5"  "read_input 0 1"  "read_coils 0 4"  "read_discrete 0 1"
@@ -22,7 +23,7 @@ import json
 import sys
 import time
 
-from pymodbus.client import ModbusSerialClient
+from pymodbus.client import ModbusSerialClient, ModbusTcpClient
 from pymodbus.pdu import ExceptionResponse
 from pymodbus.transaction import ModbusAsciiFramer, ModbusRtuFramer
 
@@ -74,25 +75,32 @@ def outcome(step, answer, count):
 
 def main():
     args = sys.argv[1:]
-    framer, gap = ModbusAsciiFramer, 0.0
+    framer, gap, tcp = ModbusAsciiFramer, 0.0, None
     while args and args[0].startswith("--"):
-        if args[0] == "--rtu":
+        if args[0] == "--tcp" and len(args) > 1:
+            tcp, args = args[1], args[2:]
+        elif args[0] == "--rtu":
             framer, args = ModbusRtuFramer, args[1:]
         elif args[0] == "--gap" and len(args) > 1:
             gap, args = float(args[1]) / 1000, args[2:]
         else:
             break
-    if len(args) < 4:
-        sys.exit("usage: pymodbus_client.py [--rtu] [--gap MS] TTY BAUD SLAVE_ID STEP...")
-    tty, baud, slave = args[0], int(args[1]), int(args[2])
-    client = ModbusSerialClient(
-        tty, framer=framer, baudrate=baud, bytesize=8, parity="N", stopbits=1, timeout=1, retries=0
-    )
+    if tcp:
+        host, port = tcp.rsplit(":", 1)
+        client = ModbusTcpClient(host, port=int(port), timeout=1, retries=0)
+        slave, steps = int(args[0]), args[1:]
+    else:
+        if len(args) < 4:
+            sys.exit("usage: pymodbus_client.py [--rtu] [--gap MS] TTY BAUD SLAVE_ID STEP...")
+        tty, baud, slave, steps = args[0], int(args[1]), int(args[2]), args[3:]
+        client = ModbusSerialClient(
+            tty, framer=framer, baudrate=baud, bytesize=8, parity="N", stopbits=1, timeout=1, retries=0
+        )
     if not client.connect():
-        sys.exit(f"pymodbus_client: cannot open {tty}")
+        sys.exit(f"pymodbus_client: cannot connect to {tcp or tty}")
     results = []
     try:
-        for number, step in enumerate(args[3:]):
+        for number, step in enumerate(steps):
             if gap and number:
                 time.sleep(gap)
             try:

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -135,6 +136,60 @@ TEST(InstanceLink, StaleSocketIsHarmless) {
   ASSERT_TRUE(Ready(offer));
   EXPECT_TRUE(offer.get());
   EXPECT_EQ(received, std::vector<std::string>{"a.qvc"});
+}
+
+// With no runtime directory the link's folder has a name in /tmp that any
+// user can take first; the first copy then uses a folder of its own.
+TEST(InstanceLink, AFolderTakenByAnotherUserGivesWayToTheUsersCache) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root can make a folder another user owns";
+  TempDir temp;
+  const std::string taken = (temp.path() / "quorvel-0").string();
+  const std::string fallback = (temp.path() / "cache" / "quorvel").string();
+  ASSERT_EQ(mkdir(taken.c_str(), 0700), 0);
+  ASSERT_EQ(chown(taken.c_str(), 65534, 65534), 0);
+
+  std::string note, error;
+  EXPECT_EQ(PrepareLinkDirectoryOr(taken, "", note, error), "");
+  EXPECT_EQ(error, taken + " belongs to another user");
+  EXPECT_EQ(note, "");
+
+  error.clear();
+  EXPECT_EQ(PrepareLinkDirectoryOr(taken, fallback, note, error), fallback);
+  EXPECT_EQ(error, "");
+  EXPECT_EQ(note, taken + " belongs to another user; later copies find this one through " + fallback);
+  EXPECT_EQ(fs::status(fallback).permissions(), fs::perms::owner_all);
+  // A later copy comes to the same folder and finds the first one there.
+  auto server = ClaimFirst(fallback);
+  ASSERT_TRUE(server);
+  std::string again;
+  EXPECT_EQ(PrepareLinkDirectoryOr(taken, fallback, again, error), fallback);
+
+  // A folder of the user's own is used as it is, without a word.
+  note.clear();
+  EXPECT_EQ(PrepareLinkDirectoryOr(fallback, taken, note, error), fallback);
+  EXPECT_EQ(note, "");
+}
+
+TEST(InstanceLink, TheCacheFolderIsAFallbackOnlyWithoutARuntimeDirectory) {
+  const struct {
+    const char *runtime, *cache, *home, *expected;
+  } cases[] = {
+      {"/run/user/1000", "/c", "/h", ""}, {nullptr, "/c", "/h", "/c/quorvel"}, {"", "rel", "/h", "/h/.cache/quorvel"},
+      {nullptr, nullptr, "rel", ""},      {nullptr, nullptr, nullptr, ""},
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(FallbackLinkDirectoryFor(c.runtime, c.cache, c.home), c.expected)
+        << (c.runtime ? c.runtime : "-") << " " << (c.cache ? c.cache : "-") << " " << (c.home ? c.home : "-");
+}
+
+TEST(InstanceLink, HandedOverNamesArePrintedWithoutControlCharacters) {
+  const std::pair<std::string, std::string> cases[] = {
+      {"/home/u/Anlage Süd.qvc", "/home/u/Anlage Süd.qvc"},
+      {"a\x1b]0;owned\x07.qvc", "a\\x1b]0;owned\\x07.qvc"},
+      {"one\ntwo\r.qvc", "one\\x0atwo\\x0d.qvc"},
+      {std::string("nul\0\x7f", 5), "nul\\x00\\x7f"},
+  };
+  for (const auto& [name, shown] : cases) EXPECT_EQ(PrintableName(name), shown);
 }
 
 }  // namespace

@@ -115,5 +115,19 @@ TEST(FrameRuleTest, SlaveTellsRequestsFromOtherSlavesAnswers) {
   EXPECT_EQ(m.length, 17U);
 }
 
+TEST(FrameRuleTest, AsciiFramesRunFromColonToLineFeed) {
+  const Bytes frame = Text(":010300000001FB\r\n");
+  ExpectFinds(FrameRule::Ascii(),
+              {
+                  {"frame", frame, FrameKind::Awaited, 0, 17},
+                  {"two at once: the first", Join({frame, frame}), FrameKind::Awaited, 0, 17},
+                  {"noise first", Join({Text("x\r\n"), frame}), FrameKind::Awaited, 3, 17},
+                  {"cut short, then whole", Join({Text(":0103"), frame}), FrameKind::Awaited, 5, 17},
+                  {"not all in", Text(":010300"), FrameKind::None, 0, 0},
+              });
+  EXPECT_TRUE(FrameRule::Ascii().Find(Text(":0103")).pending);
+  EXPECT_FALSE(FrameRule::Ascii().Find(Text("0103\r\n")).pending);
+}
+
 }  // namespace
 }  // namespace quorvel::test

@@ -49,6 +49,7 @@ struct FakeWindow final : DeviceLink {
   std::vector<Answer> answers;
   std::vector<Bytes> requests;  // message bytes handed to DoResponce
   std::vector<Bytes> heard;
+  int frameErrors = 0;
   std::function<void(std::span<std::uint8_t>, std::int32_t)> onRequest;
 
   std::int16_t COM() const override { return com; }
@@ -65,6 +66,7 @@ struct FakeWindow final : DeviceLink {
     requests.emplace_back(buffer.begin(), buffer.begin() + count);
     if (onRequest) onRequest(buffer, count);
   }
+  void CountFrameError() override { ++frameErrors; }
   void FrameHeard(std::span<const std::uint8_t> frame, bool) override {
     heard.emplace_back(frame.begin(), frame.end());
   }

@@ -53,6 +53,9 @@ int RunSend(const Args& args, Io& io);
 // Asks every slave id on a line and prints those that answer.
 int RunScan(const Args& args, Io& io);
 
+// A Modbus TCP server forwarding each request to a serial line, until stopped.
+int RunGateway(const Args& args, Io& io);
+
 // The sample session on a virtual null-modem line, printed once a second.
 int RunDemo(const Args& args, Io& io);
 

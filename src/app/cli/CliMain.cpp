@@ -46,6 +46,10 @@ const std::map<std::string, CommandEntry>& Commands() {
        {RunScan,
         "scan [--map COMn=PATH] [--com N] [--line LINE] [--timing T] [--ids 1-247] [--timeout MS] "
         "[--bauds 9600,19200,...]"}},
+      {"gateway",
+       {RunGateway,
+        "gateway --listen HOST:PORT [--map COMn=PATH] [--com N] [--line LINE] [--timing T] [--timeout MS] "
+        "[--seconds S] [--verbose]"}},
       {"bus", {RunBus, "bus --ends N [--baud B] [--drop K] [--flip K] [--noise K] [--echo] [--link DIR]"}},
       {"nullmodem", {RunNullModem, "nullmodem [--baud B] [--drop N] [--flip N] [--noise N] [--echo] [--link DIR]"}},
   };

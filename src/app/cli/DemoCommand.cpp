@@ -173,11 +173,7 @@ int RunDemo(const Args& args, Io& io) {
   const bool headless = options.has("--headless");
   if (!options.positional.empty()) return UsageError(io, "demo", "unexpected argument '" + options.positional[0] + "'");
   double seconds = 0;
-  if (const std::string* text = options.find("--seconds")) {
-    const auto value = ParseDouble(*text);
-    if (!value || *value < 0) return UsageError(io, "demo", "not a number of seconds: '" + *text + "'");
-    seconds = *value;
-  }
+  if (const int status = ReadSeconds("demo", options, seconds, io); status != kOk) return status;
   platform::VirtualBusOptions line;
   line.ends = kBusEnds;
   line.baudRate = 19200;  // the sample session's rate: the demo shows real line timing

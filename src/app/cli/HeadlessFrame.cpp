@@ -32,6 +32,9 @@ void HeadlessFrame::ShowUserWrite(frmQuorvel& window, const ElementCollection& e
 
 void HeadlessFrame::Drive(const platform::StopSignals& stop, double seconds, const std::function<void()>& everySecond) {
   using Clock = std::chrono::steady_clock;
+  // A run longer than the clock can count (some 290 years) runs until stopped.
+  constexpr double kLongestSeconds = 1e9;
+  if (seconds >= kLongestSeconds) seconds = 0;
   const auto start = Clock::now();
   const auto end = start + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
   auto nextReport = start + std::chrono::seconds(1);
@@ -98,20 +101,20 @@ nlohmann::ordered_json WindowState(frmQuorvel& window) {
           {"values", values}};
 }
 
-std::string TypeInto(frmQuorvel& window, const std::string& label, const std::string& text) {
+Typed TypeInto(frmQuorvel& window, const std::string& label, const std::string& text) {
   int index = -1;
   ForEachValue(window, [&](const PanelControl& box, const CtrlProp& element) {
     if (index < 0 && (element.AddressCaption() == label || box.ToolTipText() == label)) index = box.Index();
   });
-  if (index < 0) return "no value element " + label;
+  if (index < 0) return {false, "no value element " + label};
   window.Tbd_DblClick(index);
-  if (!window.tbInput.Visible) return label + " cannot be written in " + ModeName(window.Mode()) + " mode here";
+  if (!window.tbInput.Visible) return {true, label + " cannot be written in " + ModeName(window.Mode()) + " mode here"};
   window.tbInput.Text = text;
   window.tbInput_KeyDown(13);
   if (!window.tbInput.Visible) return {};
   std::string why = window.tbInput.Refusal.empty() ? "refused" : window.tbInput.Refusal;
   window.tbInput_KeyDown(27);
-  return label + "=" + text + ": " + why;
+  return {true, label + "=" + text + ": " + why};
 }
 
 bool ChooseUserRequest(frmQuorvel& window, const std::string& caption) {

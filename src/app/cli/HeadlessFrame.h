@@ -38,10 +38,16 @@ class HeadlessFrame : public frmQuorvelMain {
 // A window's caption, statistics, counters and values in panel order.
 nlohmann::ordered_json WindowState(frmQuorvel& window);
 
+// What typing into an element came to: `refusal` is empty when the value was
+// taken; `found` is false when no element has the label at all.
+struct Typed {
+  bool found = true;
+  std::string refusal;
+};
+
 // Types `text` into the value element whose label (e.g. "HR0040") or tool tip
-// is `label`, as a double-click, typing and Enter would. Empty when taken;
-// otherwise why not.
-std::string TypeInto(frmQuorvel& window, const std::string& label, const std::string& text);
+// is `label`, as a double-click, typing and Enter would.
+Typed TypeInto(frmQuorvel& window, const std::string& label, const std::string& text);
 
 // Chooses the user menu item captioned `caption`; false when there is none.
 bool ChooseUserRequest(frmQuorvel& window, const std::string& caption);

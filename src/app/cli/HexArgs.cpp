@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <cstdio>
 
 #include "project/CodePage.h"
@@ -40,11 +41,15 @@ std::optional<double> ParseDouble(const std::string& text) {
   const char* last = text.data() + text.size();
   if (first != last && *first == '+') ++first;
   const auto [end, ec] = std::from_chars(first, last, value);
-  if (ec != std::errc() || end != last || first == last) return std::nullopt;
+  // No option takes a NaN or an infinity (a run without end is --seconds 0).
+  if (ec != std::errc() || end != last || first == last || !std::isfinite(value)) return std::nullopt;
   return value;
 }
 
 std::string NumberText(double value) {
+  // Spelt as a panel element shows them, so both lines of `decode` agree.
+  if (std::isnan(value)) return "NaN";
+  if (std::isinf(value)) return value > 0 ? "Inf" : "-Inf";
   char buffer[64];
   const auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, value);
   return ec == std::errc() ? std::string(buffer, end) : std::string("?");
@@ -91,6 +96,16 @@ const CodePage* ParseCodePage(const std::string& text, std::string& error) {
   for (int n : CodePage::Supported()) known += (known.empty() ? "" : ", ") + std::to_string(n);
   error = "unsupported code page '" + text + "' (supported: " + known + ")";
   return nullptr;
+}
+
+int ReadSeconds(const std::string& command, const Options& options, double& seconds, Io& io) {
+  seconds = 0;
+  if (const std::string* text = options.find("--seconds")) {
+    const auto value = ParseDouble(*text);
+    if (!value || *value < 0) return UsageError(io, command, "not a number of seconds: '" + *text + "'");
+    seconds = *value;
+  }
+  return kOk;
 }
 
 }  // namespace quorvel::cli

@@ -32,7 +32,7 @@ std::optional<double> ParseDouble(const std::string& text);
 // and `error` lists the supported ones.
 const CodePage* ParseCodePage(const std::string& text, std::string& error);
 
-// The shortest text that reads back as the same double.
+// The shortest text that reads back as the same double; "NaN", "Inf", "-Inf".
 std::string NumberText(double value);
 
 // Splits "--name value" options listed in `names`, and the options listed in
@@ -48,5 +48,9 @@ struct Options {
 };
 bool SplitOptions(const Args& args, std::span<const char* const> names, Options& options, std::string& error,
                   std::span<const char* const> flags = {});
+
+// Reads --seconds (how long to run; 0, the default, until stopped) into
+// `seconds`. Returns kOk, or the status of the usage error it has printed.
+int ReadSeconds(const std::string& command, const Options& options, double& seconds, Io& io);
 
 }  // namespace quorvel::cli

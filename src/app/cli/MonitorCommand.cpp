@@ -44,11 +44,7 @@ int RunMonitor(const Args& args, Io& io) {
   PortChoice choice;
   if (const int status = ReadPortOptions("monitor", options, choice, entry, io); status != kOk) return status;
   double seconds = 0;
-  if (const std::string* text = options.find("--seconds")) {
-    const auto value = ParseDouble(*text);
-    if (!value || *value < 0) return UsageError(io, "monitor", "not a number of seconds: '" + *text + "'");
-    seconds = *value;
-  }
+  if (const int status = ReadSeconds("monitor", options, seconds, io); status != kOk) return status;
   const bool json = options.has("--json");
   entry.Mode = kModeMonitor;
 

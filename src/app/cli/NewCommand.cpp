@@ -2,13 +2,13 @@
 // (CSV) or from ranges typed on the command line. A list with a bad row
 // writes nothing: every bad row is named with its line and why.
 
-#include <fstream>
 #include <iterator>
 #include <ostream>
 
 #include "app/cli/Cli.h"
 #include "app/cli/HexArgs.h"
 #include "app/cli/PortArgs.h"
+#include "platform/BoundedRead.h"
 #include "project/CodePage.h"
 #include "project/ListProject.h"
 #include "project/ProjectWriter.h"
@@ -53,12 +53,11 @@ int RunNew(const Args& args, Io& io) {
   std::string source = "new";
   if (ranges.empty()) {
     source = options.positional[0];
-    std::ifstream in(source, std::ios::binary);
-    if (!in) {
-      io.err << "quorvel-cli new: cannot read " << source << "\n";
+    std::string text;
+    if (!platform::ReadWholeFile(source, platform::kCsvFileLimit, text, error)) {
+      io.err << "quorvel-cli new: " << error << "\n";
       return kFailed;
     }
-    const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
     RegisterList list = ParseRegisterCsv(text, *codePage);
     for (const std::string& e : list.errors) io.err << source << ": " << e << "\n";
     if (!list.errors.empty()) {

@@ -9,7 +9,7 @@
 
 #include "app/Settings.h"
 #include "platform/SettingsStore.h"
-#include "platform/TermiosLine.h"
+#include "serial/NetworkLines.h"
 
 namespace quorvel::cli {
 
@@ -81,9 +81,7 @@ bool WaitOnPort(const clsCOM& port, const platform::Clock& clock, int stopFd, do
 LonePort::LonePort(PortEntry& entry, const platform::Clock& clock, const platform::PortMap& map, Io& io)
     : port_(
           entry, *this, clock,
-          [&map](int com) -> std::unique_ptr<platform::SerialLine> {
-            return std::make_unique<platform::TermiosLine>(map.Path(com));
-          },
+          [&map](int com) -> std::unique_ptr<platform::SerialLine> { return LineForPath(map.Path(com)); },
           [&io](const std::string& text) { io.err << text << "\n"; }) {}
 
 }  // namespace quorvel::cli

@@ -2,13 +2,13 @@
 // written by the editor can be looked into and a test project made by hand.
 
 #include <charconv>
-#include <fstream>
 #include <iterator>
 #include <optional>
 #include <ostream>
 
 #include "app/cli/Cli.h"
 #include "app/cli/HexArgs.h"
+#include "platform/BoundedRead.h"
 #include "project/CodePage.h"
 #include "project/Panel.h"
 #include "project/ProjectJson.h"
@@ -89,12 +89,11 @@ int RunBuild(const Args& args, Io& io) {
   const auto parsed = ParseArgs("build", args, true, io, status);
   if (!parsed) return status;
   const std::string& source = parsed->positional[0];
-  std::ifstream in(source, std::ios::binary);
-  if (!in) {
-    io.err << "quorvel-cli build: cannot read " << source << "\n";
+  std::string text, problem;
+  if (!platform::ReadWholeFile(source, platform::kJsonFileLimit, text, problem)) {
+    io.err << "quorvel-cli build: " << problem << "\n";
     return kFailed;
   }
-  const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
   nlohmann::ordered_json json;
   try {
     json = nlohmann::ordered_json::parse(text);

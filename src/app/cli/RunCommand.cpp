@@ -245,14 +245,20 @@ int RunRun(const Args& args, Io& io) {
   for (const auto& action : logs)
     if (!frame.Devices()[action.window - 1]->StartValueLog(action.label, options.has("--log-every"), clock))
       return kFailed;
-  // Typed and chosen once the windows are connected, as a user would.
+  // Typed and chosen once the windows are connected, as a user would. A
+  // label that names nothing is a mistake in the command, so the run still
+  // goes, to show what it can, but does not end as a success.
+  int result = kOk;
   for (const auto& action : writes) {
-    const std::string outcome = TypeInto(*frame.Devices()[action.window - 1], action.label, action.text);
-    if (!outcome.empty()) frame.Tell(outcome);
+    const Typed typed = TypeInto(*frame.Devices()[action.window - 1], action.label, action.text);
+    if (!typed.refusal.empty()) frame.Tell(typed.refusal);
+    if (!typed.found) result = kFailed;
   }
   for (const auto& action : requests)
-    if (!ChooseUserRequest(*frame.Devices()[action.window - 1], action.label))
+    if (!ChooseUserRequest(*frame.Devices()[action.window - 1], action.label)) {
       frame.Tell("window " + std::to_string(action.window) + " has no user request " + action.label);
+      result = kFailed;
+    }
 
   frame.Drive(stop, seconds, [&frame] {
     for (const auto& window : frame.Devices()) window->ValueLogTick();
@@ -261,7 +267,6 @@ int RunRun(const Args& args, Io& io) {
   // Each log's last rows, flushed as its file closes.
   for (const auto& window : frame.Devices()) window->StopValueLog();
 
-  int result = kOk;
   if (const std::string* target = options.find("--save-session")) {
     // Without a screen nothing has a size; the desktop's defaults stand in.
     GiveDefaultPlacements(frame);

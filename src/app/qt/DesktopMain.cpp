@@ -47,6 +47,7 @@ int RunDesktop(int& argc, char** argv, FirstCopy& first) {
   if (const char* ports = std::getenv("QUORVEL_PORTS"))
     if (auto problem = portMap.ApplyOverrides(ports)) std::cerr << "quorvel: QUORVEL_PORTS: " << *problem << "\n";
   if (!first.Link && !first.LinkProblem.empty()) std::cerr << "quorvel: " << first.LinkProblem << "\n";
+  if (!first.LinkNote.empty()) std::cerr << "quorvel: " << first.LinkNote << "\n";
 
   platform::SystemClock clock;
   MainWindow frame(clock, std::move(portMap), *store);

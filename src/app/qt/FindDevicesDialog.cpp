@@ -16,7 +16,7 @@
 
 #include "app/frmQuorvelMain.h"
 #include "dialogs/qt/FormLayout.h"
-#include "platform/TermiosLine.h"
+#include "serial/NetworkLines.h"
 
 namespace quorvel {
 namespace {
@@ -110,10 +110,9 @@ void FindDevicesDialog::StartScan() {
   }
   found_->clear();
   const platform::PortMap& map = frame_.PortMap();
-  scan_ = std::make_unique<PortScan>(entry, com, *ids, timeout_->value(), frame_.clock(),
-                                     [&map](int c) -> std::unique_ptr<platform::SerialLine> {
-                                       return std::make_unique<platform::TermiosLine>(map.Path(c));
-                                     });
+  scan_ = std::make_unique<PortScan>(
+      entry, com, *ids, timeout_->value(), frame_.clock(),
+      [&map](int c) -> std::unique_ptr<platform::SerialLine> { return LineForPath(map.Path(c)); });
   scan_->Start();
   Serve();
 }

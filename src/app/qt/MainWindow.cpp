@@ -23,6 +23,7 @@
 #include "app/Startup.h"
 #include "app/TileToFit.h"
 #include "app/qt/DeviceWindow.h"
+#include "app/qt/QuickPollCommands.h"
 #include "app/qt/TrafficWindow.h"
 #include "app/qt/ValueLogDialog.h"
 #include "device/qt/TrendWindow.h"
@@ -35,6 +36,7 @@
 #include "dialogs/qt/MessageWindow.h"
 #include "dialogs/qt/SlaveAddressDialog.h"
 #include "dialogs/qt/UserWriteDialog.h"
+#include "platform/BoundedRead.h"
 
 namespace quorvel {
 namespace {
@@ -244,6 +246,12 @@ QMdiSubWindow* MainWindow::AddView(frmQuorvel& window) {
   QMdiSubWindow* sub = area_->addSubWindow(view);
   sub->setAttribute(Qt::WA_DeleteOnClose);
   frmQuorvel* core = &window;
+  // Only a quick poll's values have a menu; other windows' boxes keep none.
+  view->Panel().OnValueMenu([this, core](int box, const QPoint& at) {
+    const std::unique_ptr<QMenu> menu = ValueMenu(*this, *core, box);
+    if (menu) menu->exec(at);
+    return menu != nullptr;
+  });
   // Closed by the user: the view is gone (its panel with it), then the core.
   connect(sub, &QObject::destroyed, this, [this, core] {
     views_.erase(core);
@@ -514,10 +522,10 @@ void MainWindow::RunFrameCommand(FrameCommand command, int index) {
       break;
     case FrameCommand::OnTheWeb: {
       // An Internet shortcut: its URL= line is what a browser opens.
-      QFile shortcut(QString::fromStdString(Globals().AppPath + "Draventa.url"));
+      std::string shortcut, problem;
       QString url;
-      if (shortcut.open(QIODevice::ReadOnly | QIODevice::Text))
-        for (const QByteArray& line : shortcut.readAll().split('\n'))
+      if (platform::ReadWholeFile(Globals().AppPath + "Draventa.url", platform::kLinkFileLimit, shortcut, problem))
+        for (const QByteArray& line : QByteArray::fromStdString(shortcut).split('\n'))
           if (line.trimmed().startsWith("URL=")) url = QString::fromUtf8(line.trimmed().mid(4));
       if (url.isEmpty())
         OpenCompanion("Draventa.url");

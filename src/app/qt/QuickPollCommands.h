@@ -4,7 +4,10 @@
 // and Connection > Find devices. Each runs its dialog over the frame.
 
 #include <functional>
+#include <memory>
+#include <optional>
 
+#include <QMenu>
 #include <QString>
 
 #include "app/QuickPollWindow.h"
@@ -19,6 +22,14 @@ void NewPollCommand(MainWindow& main, const QuickPollTarget& preset = {});
 // Asks where (`choose`: a file dialog unless given; empty for none) and
 // writes the window's project there.
 void SaveProjectAsCommand(MainWindow& main, frmQuorvel& window, const std::function<QString()>& choose = {});
+
+// The menu of value box `box` of a quick poll window: the types the value's
+// table takes (the one shown checked), "Swapped" for values of two or four
+// registers and "Format..." (asked with `ask`, an input dialog unless
+// given; nothing for none). Each changes the value at once; a change
+// refused is said in a message box. nullptr for any other window.
+std::unique_ptr<QMenu> ValueMenu(MainWindow& main, frmQuorvel& window, int box,
+                                 const std::function<std::optional<QString>(const QString&)>& ask = {});
 
 // Scans port `com` (the user may pick another) and offers a poll of the
 // device chosen: holding registers from 0, ten of them.

@@ -1,6 +1,7 @@
 #include "device/qt/ControlView.h"
 
 #include <QClipboard>
+#include <QContextMenuEvent>
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
@@ -174,6 +175,14 @@ void ControlView::keyPressEvent(QKeyEvent* event) {
     QGuiApplication::clipboard()->setText(QString::fromStdString(ShownValue(control_)));
   } else {
     QWidget::keyPressEvent(event);
+  }
+}
+
+void ControlView::contextMenuEvent(QContextMenuEvent* event) {
+  if (onContextMenu_ && onContextMenu_(event->globalPos())) {
+    event->accept();
+  } else {
+    QWidget::contextMenuEvent(event);
   }
 }
 

@@ -26,6 +26,9 @@ class ControlView : public QWidget {
   // Lays the control out again at another resolution.
   void Rescale(const Twips& twips);
   void OnDoubleClick(std::function<void()> handler) { onDoubleClick_ = std::move(handler); }
+  // A context menu asked for, at this point of the screen; the handler says
+  // whether it showed one (if not, the request goes on to the parent).
+  void OnContextMenu(std::function<bool(const QPoint&)> handler) { onContextMenu_ = std::move(handler); }
 
   // What the view shows now.
   QString Text() const { return text_; }
@@ -37,6 +40,7 @@ class ControlView : public QWidget {
   // A value label with the focus: F2 or Enter edits it as a double-click
   // does, Ctrl+C copies what it shows.
   void keyPressEvent(QKeyEvent* event) override;
+  void contextMenuEvent(QContextMenuEvent* event) override;
 
  private:
   void PaintBox(QPainter& painter) const;
@@ -51,6 +55,7 @@ class ControlView : public QWidget {
   QString text_;
   QImage picture_;
   std::function<void()> onDoubleClick_;
+  std::function<bool(const QPoint&)> onContextMenu_;
 };
 
 }  // namespace quorvel

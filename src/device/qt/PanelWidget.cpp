@@ -75,6 +75,19 @@ void PanelWidget::ControlChanged(const PanelControl& control, ControlProperty wh
   if (what == ControlProperty::Geometry) updateGeometry();
 }
 
+void PanelWidget::PanelCleared() {
+  // A view may be the one whose menu or key led here: it goes once its
+  // event is over.
+  for (const auto& [control, view] : views_) {
+    view->hide();
+    view->deleteLater();
+  }
+  views_.clear();
+  edited_ = nullptr;
+  ShowEntryBox(false);
+  updateGeometry();
+}
+
 void PanelWidget::AddView(const PanelControl& control) {
   auto* view = new ControlView(control, twips_, this);
   if (control.Name() == "TBox" || control.Name() == "Tbd") {
@@ -82,6 +95,8 @@ void PanelWidget::AddView(const PanelControl& control) {
       edited_ = view;
       DoubleClicked(control);
     });
+    const int index = control.Index();
+    view->OnContextMenu([this, index](const QPoint& at) { return onValueMenu_ && onValueMenu_(index, at); });
   }
   if (control.Name() == "Tbd") view->setFocusPolicy(Qt::StrongFocus);
   views_[&control] = view;

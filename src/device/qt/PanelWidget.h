@@ -38,12 +38,16 @@ class PanelWidget : public QWidget, private PanelObserver {
   // Told why the value typed was refused each time the edit box changes;
   // empty when nothing is refused (or the box closed).
   void OnRefusal(std::function<void(const QString&)> show) { onRefusal_ = std::move(show); }
+  // Told of a right-click (or the menu key) on value box `index`, with where
+  // on the screen a menu would open; says whether it showed one.
+  void OnValueMenu(std::function<bool(int, const QPoint&)> handler) { onValueMenu_ = std::move(handler); }
 
   QSize sizeHint() const override;
 
  private:
   void ControlAdded(const PanelControl& control) override;
   void ControlChanged(const PanelControl& control, ControlProperty what) override;
+  void PanelCleared() override;
 
   void AddView(const PanelControl& control);
   void DoubleClicked(const PanelControl& control);
@@ -60,6 +64,7 @@ class PanelWidget : public QWidget, private PanelObserver {
   // The value label being edited, which has the focus back when the box closes.
   QWidget* edited_ = nullptr;
   std::function<void(const QString&)> onRefusal_;
+  std::function<bool(int, const QPoint&)> onValueMenu_;
 };
 
 }  // namespace quorvel
