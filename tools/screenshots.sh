@@ -167,9 +167,21 @@ timeout 5 xdotool windowfocus --sync "$(window_named '^COM Settings')" key Escap
 sleep 0.3
 keys alt+o t
 shoot_window traffic.png '^Traffic COM'
+# The Master's trend: mass flow ticked as it opens, density (its own axis)
+# ticked from the list; a while of answers to draw. The Traffic window is
+# taken off the screen first: it covers the Master's title.
+timeout 5 xdotool windowunmap "$(window_named '^Traffic COM')" || die "could not hide the Traffic window"
+keys alt+w f
+title_double_click $((width / 6)) 30
+keys alt+m t
+until_ok 10 "window 'Trend'" has_window_named '^Trend'
+trend=$(window_named '^Trend')
+timeout 5 xdotool windowsize "$trend" 900 520 windowfocus --sync "$trend" key Down key space || die "could not tick density"
+sleep "${SCREENSHOT_TREND_SECONDS:-20}"
+shoot_window trend.png '^Trend'
 
 mkdir -p "$out"
-for picture in frame.png slave.png master.png com-settings.png traffic.png; do
+for picture in frame.png slave.png master.png com-settings.png traffic.png trend.png; do
   mv -f "$work/$picture" "$out/$picture"
 done
 echo "screenshots: saved in $out"

@@ -60,6 +60,11 @@ class DeviceHost {
   // The master/slave settings dialog for `window`.
   virtual void ShowSettings(frmQuorvel& /*window*/) {}
   virtual void Arrange(Arrangement /*how*/) {}
+  // Asks where to log `window`'s values and starts the log
+  // (frmQuorvel::StartValueLog); without a dialog nothing is logged.
+  virtual void ChooseValueLog(frmQuorvel& /*window*/) {}
+  // The trend chart of `window`, opened or brought to the front.
+  virtual void OpenTrend(frmQuorvel& /*window*/) {}
   // Puts `text` on the clipboard.
   virtual void CopyText(const std::string& /*text*/) {}
   // `index` is the 1-based entry of a recent list, 0 otherwise.

@@ -30,6 +30,10 @@ struct DeviceMenus {
   // A Master's values whose last answer failed are drawn grey; unchecked
   // they look as they always did.
   MenuItem mnuGreyStale{"&Grey Stale Values", true};
+  // A Master's or Monitor's values to a CSV file (checked while logging),
+  // and the chart window that plots them.
+  MenuItem mnuLogValues{"L&og values..."};
+  MenuItem mnuTrend{"&Trend..."};
   // Index 1..2: the two user menus.
   std::array<MenuItem, 3> mnuUserMain{};
   // The user menus' items; element 0 is the hidden template.

@@ -179,6 +179,10 @@ void frmQuorvel::SetMode(std::int16_t m) {
     if (m >= 1 && m <= 3) menus.mnuMode[m].Checked = true;
     menus.mnuAutoEnable.Visible = m == kMaster || m == kSlave;
     menus.mnuGreyStale.Visible = m == kMaster;
+    // A Slave's values are its own: there is nothing heard to log or plot.
+    menus.mnuLogValues.Visible = m == kMaster || m == kMonitor;
+    menus.mnuTrend.Visible = menus.mnuLogValues.Visible;
+    if (m == kSlave) StopValueLog();
     if (m == kMaster) menus.mnuAutoEnable.Caption = "Auto Requests &Enable";
     if (m == kSlave) menus.mnuAutoEnable.Caption = "Emulation &Enable";
     menus.mnuSettings.Caption = ModeName(m) + " &Settings";

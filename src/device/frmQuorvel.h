@@ -16,10 +16,12 @@
 #include <vector>
 
 #include "convert/AddressCode.h"
+#include "device/AnswerWatcher.h"
 #include "device/DeviceHost.h"
 #include "device/DeviceMenus.h"
 #include "device/EntryBox.h"
 #include "device/MonitorPairing.h"
+#include "device/ValueLog.h"
 #include "modbus/MasterTransaction.h"
 #include "project/CodePage.h"
 #include "project/Panel.h"
@@ -177,6 +179,24 @@ class frmQuorvel : public DeviceLink {
   void mnuUser1_Click(int index);
   void mnuUser2_Click(int index);
 
+  // Value logging: choosing "Log values..." asks the host where to log
+  // (it then calls StartValueLog), and while logging stops the log.
+  void mnuLogValues_Click();
+  void mnuTrend_Click() { host_.OpenTrend(*this); }
+  // Logs the values to `path` from now on, a row for each answer that
+  // changed one or with `everyAnswer` for each answer; false, and told in a
+  // message box, when the file cannot be written. Times come from `clock`.
+  bool StartValueLog(const std::string& path, bool everyAnswer, const platform::Clock& clock);
+  // Ends the log, its last rows flushed; nothing when there is none.
+  void StopValueLog();
+  const ValueLog* Log() const { return valueLog_.get(); }
+  // Called often by the frame's timer: the log is flushed once a second; a
+  // log whose file failed (a full disk) is stopped and the user told why.
+  void ValueLogTick();
+  // Watchers of the answers (a trend chart); they must leave before they go.
+  void AddWatcher(AnswerWatcher& watcher) { watchers_.push_back(&watcher); }
+  void RemoveWatcher(AnswerWatcher& watcher) { std::erase(watchers_, &watcher); }
+
   // Leaves the port table as if the window had never been there.
   void Form_Unload();
 
@@ -217,6 +237,8 @@ class frmQuorvel : public DeviceLink {
   // The elements whose values `request` reads.
   std::vector<CtrlProp*> ReadBy(const ReqProp& request) const;
   void MarkStale(CtrlProp& element, bool stale);
+  // Tells the log and the watchers of an answer to `request`.
+  void TellWatchers(const ReqProp& request, bool ok);
 
   DeviceHost& host_;
   const CodePage& codePage_;
@@ -249,6 +271,8 @@ class frmQuorvel : public DeviceLink {
   void ShowHeardAnswer(const MODBUS::DecodedFrame& request, std::span<const std::uint8_t> frame, bool ascii);
   std::set<const ReqProp*> unsentReported_;
   std::set<const CtrlProp*> stale_;
+  std::unique_ptr<ValueLog> valueLog_;
+  std::vector<AnswerWatcher*> watchers_;
 };
 
 }  // namespace quorvel

@@ -42,7 +42,11 @@ void frmQuorvel::FrameHeard(std::span<const std::uint8_t> frame, bool answerShap
   const bool ascii = com_ != 0 && host_.Port(com_).ASCII;
   const MonitorPairing::Heard heard = monitor_.Take(frame, ascii, answerShaped);
   const auto ours = [this](const MODBUS::DecodedFrame& f) { return f.slave == id_; };
-  if (heard.unanswered && ours(*heard.unanswered)) MODBUS::CountUp(counters_.TOErr);
+  if (heard.unanswered && ours(*heard.unanswered)) {
+    MODBUS::CountUp(counters_.TOErr);
+    const MODBUS::DecodedFrame& lost = *heard.unanswered;
+    TellWatchers(RequestOf(lost.function, lost.address, lost.count), false);
+  }
   if (heard.frame.role == MODBUS::FrameRole::Request) {
     if (ours(heard.frame)) MODBUS::CountUp(counters_.RequestCount);
   } else if (heard.request) {
@@ -66,6 +70,7 @@ void frmQuorvel::ShowHeardAnswer(const MODBUS::DecodedFrame& request, std::span<
     const MODBUS::ResponceOutcome outcome =
         MODBUS::CheckResponce(code, length, buffer, *LastRequest, id_, ascii, counters_);
     if (outcome.deliver) StoreResponseData(buffer, length);
+    TellWatchers(*LastRequest, outcome.deliver);
     return;
   }
 
@@ -80,6 +85,7 @@ void frmQuorvel::ShowHeardAnswer(const MODBUS::DecodedFrame& request, std::span<
     // Shorter than any answer to a write: counted as the master counts it.
     LastRequest = std::make_shared<ReqProp>(RequestOf(function, request.address, request.count));
     MODBUS::CheckResponce(MODBUS::kFrameOtherLength, length, buffer, *LastRequest, id_, ascii, counters_);
+    TellWatchers(*LastRequest, false);
     return;
   }
   const bool coils = function == 5 || function == 15;
@@ -101,6 +107,7 @@ void frmQuorvel::ShowHeardAnswer(const MODBUS::DecodedFrame& request, std::span<
   }
   data[2] = static_cast<std::uint8_t>(data.size() - 3);
   StoreResponseData(data, static_cast<std::int32_t>(data.size()));
+  TellWatchers(*LastRequest, true);
 }
 
 }  // namespace quorvel

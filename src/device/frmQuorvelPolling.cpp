@@ -95,10 +95,12 @@ void frmQuorvel::GetResponce(std::int32_t code, std::int32_t& length, std::span<
     entry.Busy = true;
   } else if (outcome.deliver) {
     StoreResponseData(buffer, length);
+    TellWatchers(*LastRequest, true);
   } else {
     // No good answer: what the window shows for this request is now older
     // than the device's values. A write's answer reads nothing, so leaves none.
     for (CtrlProp* element : ReadBy(*LastRequest)) MarkStale(*element, true);
+    TellWatchers(*LastRequest, false);
   }
   // The message starts with the request's label, in the project's code page.
   if (outcome.show) host_.ShowMsg(codePage_.ToUtf8(outcome.message));
@@ -123,6 +125,5 @@ void frmQuorvel::CountFrameError() {
   MODBUS::CountUp(counters_.FrErr);
   RefreshStatistics();
 }
-
 
 }  // namespace quorvel

@@ -147,6 +147,10 @@ TEST_F(RunSession, RefusesProjectOptionsAndUnknownTimings) {
       {{"run", "--seconds", "nan", kSession}, "not a number of seconds: 'nan'"},
       {{"run", "--seconds", "inf", kSession}, "not a number of seconds: 'inf'"},
       {{"monitor", "--seconds", "INF"}, "not a number of seconds: 'INF'"},
+      // The sample session's second window emulates the meter.
+      {{"run", "--log", "2:values.csv", kSession}, "window 2 is a Slave: it has no values to log"},
+      {{"run", "--log", "3:values.csv", kSession}, "there is no window 3"},
+      {{"run", "--log-every", kSession}, "--log-every goes with --log"},
   };
   for (const auto& c : cases) {
     const CliRun run = RunCli(c.args);

@@ -78,5 +78,30 @@ TEST(Monitor, CountsWhatWentWrongAsTheMasterWould) {
   EXPECT_EQ(m.window.lblStatistic(), " rQ:3 Err:3 TOErr:1 CRCErr:1 Ex2:1");
 }
 
+// What a log or a trend hears of each answer: how many values it read, and
+// whether they came.
+struct Told final : AnswerWatcher {
+  std::vector<std::pair<std::size_t, bool>> answers;
+  void AnswerTaken(std::span<CtrlProp* const> read, bool ok) override { answers.emplace_back(read.size(), ok); }
+};
+
+TEST(Monitor, TellsItsWatchersOfEachAnswerHeardForItsSlave) {
+  Monitor m;
+  Told told;
+  m.window.AddWatcher(told);
+  m.Hear(Rtu({7, 3, 0, 0, 0, 2}));
+  m.Hear(Rtu({7, 3, 4, 0, 1, 0, 2}), true);  // read: both values came
+  m.Hear(Rtu({8, 3, 0, 0, 0, 2}));
+  m.Hear(Rtu({8, 3, 4, 0, 1, 0, 2}), true);  // another slave's: nothing
+  const Bytes write = Rtu({7, 6, 0, 1, 0x00, 0x2A});
+  m.Hear(write);
+  m.Hear(write);  // a write taken: the value it wrote
+  m.Hear(Rtu({7, 3, 0, 0, 0, 2}));
+  m.Hear(Rtu({7, 3, 0, 0, 0, 2}));  // the first went unanswered
+  m.Hear(Rtu({7, 0x83, 2}), true);  // and the second was refused
+  EXPECT_EQ(told.answers, (std::vector<std::pair<std::size_t, bool>>{{2, true}, {1, true}, {2, false}, {2, false}}));
+  m.window.RemoveWatcher(told);
+}
+
 }  // namespace
 }  // namespace quorvel::testing

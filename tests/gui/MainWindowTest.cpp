@@ -7,18 +7,21 @@
 
 #include <QApplication>
 #include <QCloseEvent>
+#include <QFile>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMenuBar>
 #include <QMessageBox>
+#include <QTemporaryDir>
 #include <QTest>
 #include <thread>
 
-#include "app/qt/DeviceWindow.h"
-#include "app/qt/MainWindow.h"
-#include "platform/NullModem.h"
 #include "MenuTestSupport.h"
 #include "WaitSupport.h"
+#include "app/qt/DeviceWindow.h"
+#include "app/qt/MainWindow.h"
+#include "device/qt/TrendWindow.h"
+#include "platform/NullModem.h"
 
 namespace quorvel {
 namespace {
@@ -186,6 +189,52 @@ TEST_F(Desktop, TheMenuBarFollowsTheActiveWindow) {
   frame->SyncView();
   ASSERT_FALSE(fileItems().isEmpty());
   EXPECT_EQ(fileItems()[1].toStdString(), "&1 " + std::string(QUORVEL_BIN_DIR) + "/Coriolis.qvc");
+}
+
+TEST_F(Desktop, TheMastersModeMenuLogsItsValuesAndOpensItsTrend) {
+  auto views = frame->Views();
+  ASSERT_EQ(views.size(), 2u);
+  frmQuorvel& master = views[0]->Core();
+  QTemporaryDir dir;
+  const QString file = dir.filePath("values.csv");
+  int asked = 0;
+  frame->ChooseValueLogFile = [&](frmQuorvel& window) {
+    ++asked;
+    EXPECT_EQ(&window, &master);
+    return MainWindow::ValueLogChoice{file, false};
+  };
+  frame->Area().setActiveSubWindow(frame->Area().subWindowList()[0]);
+  frame->Command([&] { master.mnuConnectAll_Click(); });
+  QAction* log = FindMenuItem(*frame->menuBar(), "&Mode", "L&og values...");
+  ASSERT_NE(log, nullptr);
+  log->trigger();
+  EXPECT_EQ(asked, 1);
+  EXPECT_TRUE(log->isChecked());
+  ASSERT_TRUE(WaitFor([&] { return master.Log() && master.Log()->Rows() >= 2; }));
+  log->trigger();  // stops, the file closed with its rows
+  EXPECT_EQ(asked, 1);
+  EXPECT_FALSE(log->isChecked());
+  QFile csv(file);
+  ASSERT_TRUE(csv.open(QIODevice::ReadOnly));
+  const QList<QByteArray> rows = csv.readAll().split('\n');
+  EXPECT_TRUE(rows.front().startsWith("time,Mass flow [kg/h],Density [kg/m\xc2\xb3]")) << rows.front().toStdString();
+  EXPECT_GE(rows.size(), 3);
+
+  QAction* trend = FindMenuItem(*frame->menuBar(), "&Mode", "&Trend...");
+  ASSERT_NE(trend, nullptr);
+  trend->trigger();
+  ASSERT_NE(frame->Trend(&master), nullptr);
+  EXPECT_TRUE(frame->Trend(&master)->isVisible());
+  ASSERT_TRUE(WaitFor([&] { return frame->Trend(&master)->Recorder().Series(0).Size() >= 1; }));
+
+  // A Slave has neither.
+  frame->Area().setActiveSubWindow(frame->Area().subWindowList()[1]);
+  EXPECT_FALSE(FindMenuItem(*frame->menuBar(), "&Mode", "L&og values...")->isVisible());
+  EXPECT_FALSE(FindMenuItem(*frame->menuBar(), "&Mode", "&Trend...")->isVisible());
+  // The trend goes with its window.
+  frmQuorvel* gone = &master;
+  frame->Area().subWindowList()[0]->close();
+  EXPECT_TRUE(WaitFor([&] { return frame->Trend(gone) == nullptr; }));
 }
 
 }  // namespace

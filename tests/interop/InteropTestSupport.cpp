@@ -181,9 +181,9 @@ NullModemCable::NullModemCable(const fs::path& dir, int baud, bool echo)
 
 VirtualBus::VirtualBus(const fs::path& dir, int ends, int baud)
     : dir_(dir),
-      child_({QuorvelCli(), "bus", "--ends", std::to_string(ends), "--baud", std::to_string(baud), "--link",
-              dir.string()},
-             dir, "bus") {
+      child_(
+          {QuorvelCli(), "bus", "--ends", std::to_string(ends), "--baud", std::to_string(baud), "--link", dir.string()},
+          dir, "bus") {
   // As for the cable: linked first, then the paths printed, one a line.
   ready_ = child_.WaitForLines(static_cast<std::size_t>(ends), 10s);
 }
@@ -229,6 +229,18 @@ std::string RtuServer(std::string& missing) {
     return "";
   }
   return server;
+}
+
+fs::path NewProjectFromList(const fs::path& dir, const std::string& list, int periodMs, std::string& problem) {
+  const fs::path csv = dir / "device.csv";
+  std::ofstream(csv) << list;
+  const fs::path project = dir / "device.qvc";
+  const auto made =
+      RunToEnd({QuorvelCli(), "new", csv.string(), "-o", project.string(), "--period", std::to_string(periodMs)}, dir,
+               "new", 30s);
+  if (made && made->status == 0) return project;
+  problem = made ? made->err : "new did not end";
+  return {};
 }
 
 }  // namespace quorvel::interop

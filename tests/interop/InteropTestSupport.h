@@ -118,6 +118,11 @@ class VirtualBus {
 // Waits until the file holds `lines` complete lines; false if the time runs out.
 bool WaitForFileLines(const fs::path& file, std::size_t lines, std::chrono::milliseconds limit);
 
+// DIR/device.qvc made by `quorvel-cli new` from register list `list` (the
+// CSV text), its reads every `periodMs`; empty, with the reason in
+// `problem`, when it could not be made.
+fs::path NewProjectFromList(const fs::path& dir, const std::string& list, int periodMs, std::string& problem);
+
 // Paths of the programs under test and of the peers; a peer that is missing
 // comes back with an empty path and the reason in `missing`.
 std::string QuorvelCli();

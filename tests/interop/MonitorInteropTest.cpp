@@ -74,8 +74,14 @@ class MonitorInterop : public testing::Test {
 
   // The pymodbus client on end 1, run to its end; what it got, step by step.
   nlohmann::json Client(const std::vector<std::string>& steps) {
-    std::vector<std::string> argv = {python_, SourceFile("pymodbus_client.py"), "--rtu", "--gap", "20",
-                                     bus_->End(1).string(), std::to_string(kBaud), kDeviceId};
+    std::vector<std::string> argv = {python_,
+                                     SourceFile("pymodbus_client.py"),
+                                     "--rtu",
+                                     "--gap",
+                                     "20",
+                                     bus_->End(1).string(),
+                                     std::to_string(kBaud),
+                                     kDeviceId};
     argv.insert(argv.end(), steps.begin(), steps.end());
     const auto run = RunToEnd(argv, dir_.path(), "client", 60s);
     EXPECT_TRUE(run && run->status == 0) << (run ? run->err : "the client did not end");
@@ -99,8 +105,8 @@ TEST_F(MonitorInterop, MonitorWindowShowsTheMapAsOurMasterWouldAndCountsWhatItHe
                               dir_.path(), "build", 30s);
   ASSERT_TRUE(built && built->status == 0) << (built ? built->err : "build did not end");
   const fs::path traffic = dir_.path() / "traffic.txt";
-  std::vector<std::string> argv = {QuorvelCli(), "run", project.string(), "--mode", "monitor", "--id", kDeviceId,
-                                   "--seconds", "0", "--traffic", traffic.string()};
+  std::vector<std::string> argv = {QuorvelCli(), "run", project.string(), "--mode",        "monitor", "--id", kDeviceId,
+                                   "--seconds",  "0",   "--traffic",      traffic.string()};
   for (const std::string& arg : OurPort()) argv.push_back(arg);
   Child monitor(argv, dir_.path(), "monitor");
   ASSERT_NO_FATAL_FAILURE(Listening(monitor));

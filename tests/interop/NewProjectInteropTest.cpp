@@ -62,12 +62,9 @@ TEST(NewProjectInterop, PollsAPymodbusDeviceWithEveryListedValue) {
   const NullModemCable cable(dir.path(), 19200);
   ASSERT_TRUE(cable.Ready()) << cable.Problem();
 
-  const fs::path list = dir.path() / "device.csv";
-  std::ofstream(list) << kList;
-  const fs::path project = dir.path() / "device.qvc";
-  const auto made =
-      RunToEnd({QuorvelCli(), "new", list.string(), "-o", project.string(), "--period", "200"}, dir.path(), "new", 30s);
-  ASSERT_TRUE(made && made->status == 0) << (made ? made->err : "new did not end");
+  std::string problem;
+  const fs::path project = NewProjectFromList(dir.path(), kList, 200, problem);
+  ASSERT_FALSE(project.empty()) << problem;
   const auto dumped = RunToEnd({QuorvelCli(), "dump", project.string()}, dir.path(), "dump", 30s);
   ASSERT_TRUE(dumped && dumped->status == 0) << (dumped ? dumped->err : "dump did not end");
   EXPECT_EQ(dumped->err, "");

@@ -24,8 +24,10 @@ const std::map<std::string, CommandEntry>& Commands() {
         "run [--map COMn=PATH]... [--seconds S] FILE.qvc|FILE.qvs [--com N] [--mode master|slave|monitor] "
         "[--id N] [--timeout MS] [--period MS] [--line 19200-8E1[-ascii]] [--timing classic|standard|fast] "
         "[--echo] [--write [W:]LABEL=TEXT]... [--user-request [W:]LABEL]... [--save-session FILE.qvs] "
-        "[--codepage N]\n"
-        "      (--timing and --echo set the project's port, or every port a session uses over what it says)"}},
+        "[--codepage N] [--log [W:]FILE.csv]... [--log-every]\n"
+        "      (--timing and --echo set the project's port, or every port a session uses over what it says;\n"
+        "       --log writes window W's values to FILE.csv, a row when one changed, with --log-every for each "
+        "answer)"}},
       {"demo", {RunDemo, "demo [--headless] [--seconds S] [--session FILE.qvs] [--baud B]"}},
       {"encode", {RunEncode, "encode CODE TEXT [--format F] [--k K] [--x0 X]"}},
       {"dump", {RunDump, "dump FILE.qvc [--codepage N]"}},

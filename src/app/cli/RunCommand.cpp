@@ -24,10 +24,10 @@
 namespace quorvel::cli {
 namespace {
 
-constexpr const char* kRunOptions[] = {"--map",          "--seconds", "--com",     "--mode",    "--id",
-                                       "--timeout",      "--period",  "--line",    "--write",   "--user-request",
-                                       "--save-session", "--timing",  "--traffic", "--codepage"};
-constexpr const char* kRunFlags[] = {"--echo"};
+constexpr const char* kRunOptions[] = {"--map",          "--seconds", "--com",     "--mode",     "--id",
+                                       "--timeout",      "--period",  "--line",    "--write",    "--user-request",
+                                       "--save-session", "--timing",  "--traffic", "--codepage", "--log"};
+constexpr const char* kRunFlags[] = {"--echo", "--log-every"};
 
 // One window for the project, set up as the options say.
 int OpenProjectWindow(frmQuorvelMain& frame, const std::string& file, const Options& options, Io& io) {
@@ -177,6 +177,7 @@ int RunRun(const Args& args, Io& io) {
   }
   std::vector<WindowAction> writes;
   std::vector<WindowAction> requests;
+  std::vector<WindowAction> logs;
   for (const auto& [name, value] : options.named) {
     if (name == "--map") {
       if (const auto problem = portMap.ApplyOverride(value)) return UsageError(io, "run", *problem);
@@ -185,6 +186,10 @@ int RunRun(const Args& args, Io& io) {
       if (!action)
         return UsageError(io, "run", name + " wants " + (name == "--write" ? "[W:]LABEL=TEXT" : "[W:]LABEL"));
       (name == "--write" ? writes : requests).push_back(*action);
+    } else if (name == "--log") {
+      const auto action = ParseAction(value, false);
+      if (!action) return UsageError(io, "run", "--log wants [W:]FILE.csv");
+      logs.push_back(*action);
     }
   }
   double seconds = 5;
@@ -219,6 +224,13 @@ int RunRun(const Args& args, Io& io) {
   for (const auto& action : requests)
     if (action.window > frame.Devices().size())
       return UsageError(io, "run", "there is no window " + std::to_string(action.window));
+  for (const auto& action : logs) {
+    if (action.window > frame.Devices().size())
+      return UsageError(io, "run", "there is no window " + std::to_string(action.window));
+    if (frame.Devices()[action.window - 1]->Mode() == kSlave)
+      return UsageError(io, "run", "window " + std::to_string(action.window) + " is a Slave: it has no values to log");
+  }
+  if (options.has("--log-every") && logs.empty()) return UsageError(io, "run", "--log-every goes with --log");
 
   frame.Devices().front()->mnuConnectAll_Click();
   std::ofstream trafficFile;
@@ -229,6 +241,10 @@ int RunRun(const Args& args, Io& io) {
     }
     WriteTraffic(frame, *target == "-" ? io.err : trafficFile);
   }
+  // From the first answer on; a file that cannot be written has been told.
+  for (const auto& action : logs)
+    if (!frame.Devices()[action.window - 1]->StartValueLog(action.label, options.has("--log-every"), clock))
+      return kFailed;
   // Typed and chosen once the windows are connected, as a user would. A
   // label that names nothing is a mistake in the command, so the run still
   // goes, to show what it can, but does not end as a success.
@@ -244,8 +260,12 @@ int RunRun(const Args& args, Io& io) {
       result = kFailed;
     }
 
-  frame.Drive(stop, seconds);
+  frame.Drive(stop, seconds, [&frame] {
+    for (const auto& window : frame.Devices()) window->ValueLogTick();
+  });
   WriteTraffic(frame, std::nullopt);
+  // Each log's last rows, flushed as its file closes.
+  for (const auto& window : frame.Devices()) window->StopValueLog();
 
   if (const std::string* target = options.find("--save-session")) {
     // Without a screen nothing has a size; the desktop's defaults stand in.

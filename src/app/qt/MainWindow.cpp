@@ -25,6 +25,8 @@
 #include "app/qt/DeviceWindow.h"
 #include "app/qt/QuickPollCommands.h"
 #include "app/qt/TrafficWindow.h"
+#include "app/qt/ValueLogDialog.h"
+#include "device/qt/TrendWindow.h"
 #include "device/qt/Twips.h"
 #include "dialogs/frmCOMSettings.h"
 #include "dialogs/frmSlaveAddress.h"
@@ -99,6 +101,15 @@ MainWindow::MainWindow(platform::Clock& clock, platform::PortMap portMap, platfo
     return dialog.exec() == QDialog::Accepted && !dialog.selectedFiles().isEmpty() ? dialog.selectedFiles().front()
                                                                                    : QString();
   };
+  ChooseValueLogFile = [this](frmQuorvel& window) {
+    // Beside the project, named for it: "Coriolis-values.csv".
+    QString suggested = QString::fromStdString(window.ProjectFile());
+    if (suggested.endsWith(".qvc", Qt::CaseInsensitive)) suggested.chop(4);
+    ValueLogDialog dialog(suggested.isEmpty() ? QString() : suggested + "-values.csv", this);
+    ValueLogChoice choice;
+    if (dialog.exec() == QDialog::Accepted) choice = {dialog.File(), dialog.EveryAnswer()};
+    return choice;
+  };
   menus_.Build(nullptr);
 }
 
@@ -106,7 +117,9 @@ MainWindow::~MainWindow() {
   // Sub-windows going away activate others; the menus are not rebuilt over
   // views half gone.
   area_->disconnect(this);
-  // The panels watch their windows' cores: they go first.
+  // The trends and panels watch their windows' cores: they go first.
+  for (auto& [core, trend] : trends_) delete trend;
+  trends_.clear();
   for (auto& [core, view] : views_) {
     view->disconnect(this);
     delete view;
@@ -206,6 +219,8 @@ void MainWindow::SyncView() {
   SyncPlacements();
   SyncTimers();
   for (DeviceWindow* view : Views()) view->Refresh();
+  // Logs reach their files at least once a second.
+  for (const auto& core : Devices()) core->ValueLogTick();
   // The recent lists show in the File menu: a change rebuilds the bar.
   std::vector<std::string> recent = Globals().RecentFiles;
   recent.insert(recent.end(), Globals().RecentSessions.begin(), Globals().RecentSessions.end());
@@ -241,6 +256,7 @@ QMdiSubWindow* MainWindow::AddView(frmQuorvel& window) {
   connect(sub, &QObject::destroyed, this, [this, core] {
     views_.erase(core);
     placed_.erase(core);
+    DropTrend(core);
     if (closing_) return;
     CloseDevice(*core);
     SyncView();
@@ -290,6 +306,7 @@ void MainWindow::SyncWindows() {
     }
     QMdiSubWindow* sub = it->second;
     placed_.erase(it->first);
+    DropTrend(it->first);
     it = views_.erase(it);
     sub->disconnect(this);
     delete sub;
@@ -385,6 +402,31 @@ TrafficWindow* MainWindow::OpenTraffic(int com) {
   window->raise();
   window->activateWindow();
   return window;
+}
+
+void MainWindow::ChooseValueLog(frmQuorvel& window) {
+  const ValueLogChoice choice = ChooseValueLogFile ? ChooseValueLogFile(window) : ValueLogChoice{};
+  if (!choice.file.isEmpty()) window.StartValueLog(choice.file.toStdString(), choice.everyAnswer, clock());
+}
+
+void MainWindow::OpenTrend(frmQuorvel& window) {
+  TrendWindow*& trend = trends_[&window];
+  if (!trend) trend = new TrendWindow(window, clock(), this);
+  trend->show();
+  trend->raise();
+  trend->activateWindow();
+}
+
+TrendWindow* MainWindow::Trend(const frmQuorvel* window) const {
+  const auto found = trends_.find(window);
+  return found == trends_.end() ? nullptr : found->second;
+}
+
+void MainWindow::DropTrend(frmQuorvel* window) {
+  const auto found = trends_.find(window);
+  if (found == trends_.end()) return;
+  delete found->second;
+  trends_.erase(found);
 }
 
 void MainWindow::SetPortPath(int com, const std::string& path) {
@@ -537,7 +579,9 @@ void MainWindow::closeEvent(QCloseEvent* event) {
   area_->disconnect(this);
   StopService();
   refresh_.stop();
-  // Views before the cores they show; then the frame's own unload.
+  // Trends and views before the cores they show; then the frame's own unload.
+  for (auto& [core, trend] : trends_) delete trend;
+  trends_.clear();
   for (auto& [core, sub] : views_) {
     sub->disconnect(this);
     delete sub;

@@ -29,6 +29,7 @@ namespace quorvel {
 class DeviceWindow;
 class MessageWindow;
 class TrafficWindow;
+class TrendWindow;
 
 class MainWindow : public QMainWindow, public frmQuorvelMain {
   Q_OBJECT
@@ -67,6 +68,12 @@ class MainWindow : public QMainWindow, public frmQuorvelMain {
   void OpenCOM() override;
   // The Traffic window of port `com`, opened or brought to the front.
   TrafficWindow* OpenTraffic(int com);
+  // "Log values...": the dialog (or ChooseValueLogFile), then the log.
+  void ChooseValueLog(frmQuorvel& window) override;
+  // The trend window of `window`, opened or brought to the front; it goes
+  // with the device window.
+  void OpenTrend(frmQuorvel& window) override;
+  TrendWindow* Trend(const frmQuorvel* window) const;
   // Also kept in the settings for the next run and for quorvel-cli.
   void SetPortPath(int com, const std::string& path) override;
 
@@ -75,6 +82,13 @@ class MainWindow : public QMainWindow, public frmQuorvelMain {
   std::function<int(const QString& text, const QString& title)> AskYesNoCancel;
   std::function<QString()> ChooseOpenFile;
   std::function<QString()> ChooseSaveFile;
+  // Where a window's values are logged, and whether every answer makes a
+  // row; an empty file when the user cancels.
+  struct ValueLogChoice {
+    QString file;
+    bool everyAnswer = false;
+  };
+  std::function<ValueLogChoice(frmQuorvel& window)> ChooseValueLogFile;
   // Hands a file to the program the desktop opens its type with; false when
   // there is none.
   std::function<bool(const QString& path)> OpenDocument;
@@ -129,7 +143,10 @@ class MainWindow : public QMainWindow, public frmQuorvelMain {
   WindowPlacement framePlaced_;
   std::vector<std::string> shownRecent_;
   MessageWindow* message_ = nullptr;
-  std::map<int, TrafficWindow*> traffic_;  // by port, kept once opened
+  std::map<int, TrafficWindow*> traffic_;             // by port, kept once opened
+  std::map<const frmQuorvel*, TrendWindow*> trends_;  // by device window, while it is open
+  // A device window is going: its trend goes first.
+  void DropTrend(frmQuorvel* window);
   std::unique_ptr<platform::InstanceServer> link_;
   QSocketNotifier* linkNotifier_ = nullptr;
   bool closing_ = false;

@@ -61,6 +61,8 @@ void MenuBar::Build(frmQuorvel* window) {
     Add(*mode, &w.menus.mnuGreyStale, {}, [&w] { w.mnuGreyStale_Click(); });
     Add(*mode, nullptr, "C&lear Counters", [&w] { w.mnuClearCounters_Click(); });
     Add(*mode, nullptr, "Copy All &Values", [&w] { w.mnuCopyAllValues_Click(); });
+    Add(*mode, &w.menus.mnuLogValues, {}, [&w] { w.mnuLogValues_Click(); });
+    Add(*mode, &w.menus.mnuTrend, {}, [&w] { w.mnuTrend_Click(); })->setCheckable(false);
 
     for (int menu = 1; menu <= 2; ++menu) {
       QMenu* user = bar_.addMenu(QString::fromStdString(w.UserMenuCaption[menu]));
@@ -122,8 +124,9 @@ void MenuBar::AddFileMenu(frmQuorvel* window) {
   Add(*file, nullptr, "&New Poll...", [this] { NewPollCommand(main_); });
   if (!window) Add(*file, nullptr, "Find D&evices...", [this] { FindDevicesCommand(main_, 1); });
   if (window) {
-    Add(*file, nullptr, "&Save Session...", [window] { window->mnuSaveSession_Click(); })
-        ->setShortcut(QKeySequence::Save);
+    Add(*file, nullptr, "&Save Session...", [window] {
+      window->mnuSaveSession_Click();
+    })->setShortcut(QKeySequence::Save);
     Add(*file, nullptr, "Save &Project As...", [this, window] { SaveProjectAsCommand(main_, *window); });
   }
   file->addSeparator();
