@@ -1,5 +1,6 @@
 #include "project/ProjectLoader.h"
 
+#include <algorithm>
 #include <array>
 #include <exception>
 #include <filesystem>
@@ -82,10 +83,10 @@ class Loader {
 };
 
 bool Loader::ReadHeader() {
-  while (file_.Header.size() < kHeaderLimit && !in_.AtEnd()) {
-    file_.Header += static_cast<char>(in_.ReadU8());
-    if (file_.Header.back() == '\n') break;
-  }
+  // The first line with its line feed, cut at the limit or the end of the data.
+  const auto ahead = in_.Ahead().first(std::min(kHeaderLimit, in_.Remaining()));
+  const auto feed = std::find(ahead.begin(), ahead.end(), '\n');
+  file_.Header = in_.ReadChars(feed == ahead.end() ? std::ssize(ahead) : feed - ahead.begin() + 1);
   return HasProjectTag(HeaderText(file_.Header));
 }
 
