@@ -50,6 +50,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   IniText ini = IniText::Parse(file);
   const auto before = Snapshot(ini);
   const std::vector<std::string> linesBefore = ini.lines;
+  const std::optional<std::size_t> replaced = ini.Find(section, key);
   ini.Set(section, key, value);
   const auto got = ini.Get(section, key);
   Check(got && *got == value, "a value set reads back");
@@ -65,16 +66,22 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       ++i;
     }
   }
-  // The old lines, less the one replaced, are still there in their order.
-  std::size_t j = 0, kept = 0;
-  for (const std::string& line : linesBefore) {
-    std::size_t at = j;
-    while (at < reread.lines.size() && reread.lines[at] != line) ++at;
-    if (at < reread.lines.size()) {
-      ++kept;
-      j = at + 1;
-    }
+  // The user's lines stay as they were: the key's own line is replaced, or
+  // one to three lines (a blank, a section, the entry) are added.
+  std::vector<std::string> linesAfter = reread.lines;
+  if (replaced) {
+    Check(linesAfter.size() == linesBefore.size(), "a replaced entry adds no line");
+    linesAfter.erase(linesAfter.begin() + static_cast<std::ptrdiff_t>(*replaced));
+    std::vector<std::string> others = linesBefore;
+    others.erase(others.begin() + static_cast<std::ptrdiff_t>(*replaced));
+    Check(linesAfter == others, "lines the store did not write are kept");
+  } else {
+    Check(linesAfter.size() > linesBefore.size() && linesAfter.size() <= linesBefore.size() + 3,
+          "a new entry adds its lines");
+    std::size_t j = 0;
+    for (const std::string& line : linesAfter)
+      if (j < linesBefore.size() && line == linesBefore[j]) ++j;
+    Check(j == linesBefore.size(), "lines the store did not write are kept, in their order");
   }
-  Check(kept + 1 >= linesBefore.size(), "lines the store did not write are kept");
   return 0;
 }
