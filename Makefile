@@ -4,7 +4,11 @@ SAN_BUILD  ?= build-sanitize
 BENCH_BUILD ?= build-bench
 FUZZ_BUILD ?= build-fuzz
 JOBS       ?= 2
+# Each fuzz target runs FUZZ_SECONDS, or FUZZ_RUNS executions when that is
+# given; FUZZ_TARGETS (names such as quorvel_csv_fuzz) picks some of them.
 FUZZ_SECONDS ?= 60
+FUZZ_RUNS  ?=
+FUZZ_TARGETS ?=
 # Warnings are errors in CI, and advice on a developer's machine.
 WERROR     ?= $(if $(CI),ON,OFF)
 
@@ -60,12 +64,15 @@ bench: deps
 
 fuzz: deps
 	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -DQUORVEL_FUZZ=ON -DCMAKE_BUILD_TYPE=RelWithDebInfo
-	cmake --build $(FUZZ_BUILD) -j$(JOBS)
-	@for f in $(FUZZ_BUILD)/bin/*_fuzz; do \
-	  name=$$(basename $$f); corpus=$(FUZZ_BUILD)/corpus/$$name; mkdir -p $$corpus; \
+	cmake --build $(FUZZ_BUILD) -j$(JOBS) --target quorvel_fuzz
+	@names="$(FUZZ_TARGETS)"; [ -n "$$names" ] || names=$$(cd $(FUZZ_BUILD)/bin && ls *_fuzz); \
+	for name in $$names; do \
+	  f=$(FUZZ_BUILD)/bin/$$name; corpus=$(FUZZ_BUILD)/corpus/$$name; mkdir -p $$corpus; \
 	  seeds=tests/fuzz/seeds/$$name; [ -d $$seeds ] || seeds=; \
-	  echo "== $$name for $(FUZZ_SECONDS) s"; \
-	  $$f -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 $$corpus $$seeds || exit 1; \
+	  if [ -n "$(FUZZ_RUNS)" ]; then limit=-runs=$(FUZZ_RUNS); what="$(FUZZ_RUNS) runs"; \
+	  else limit=-max_total_time=$(FUZZ_SECONDS); what="$(FUZZ_SECONDS) s"; fi; \
+	  echo "== $$name for $$what"; \
+	  $$f $$limit -print_final_stats=1 $$corpus $$seeds || exit 1; \
 	done
 
 clean:

@@ -27,6 +27,8 @@ class BinaryReader {
   std::size_t Position() const { return pos_; }
   std::size_t Remaining() const { return data_.size() - pos_; }
   bool AtEnd() const { return pos_ == data_.size(); }
+  // The bytes not yet read, to look at without reading them.
+  std::span<const std::uint8_t> Ahead() const { return data_.subspan(pos_); }
   // True once a read has failed.
   bool Failed() const { return failed_; }
 

@@ -1,5 +1,6 @@
 #include "project/BinaryWriter.h"
 
+#include <array>
 #include <bit>
 #include <limits>
 #include <stdexcept>
@@ -7,23 +8,27 @@
 
 namespace quorvel {
 
-void BinaryWriter::WriteI16(std::int16_t v) {
-  const auto u = static_cast<std::uint16_t>(v);
-  bytes_.push_back(static_cast<std::uint8_t>(u & 0xFF));
-  bytes_.push_back(static_cast<std::uint8_t>(u >> 8));
+namespace {
+
+// The low `N` bytes of `v`, least significant first, appended in one go.
+template <std::size_t N>
+void AppendLittleEndian(std::vector<std::uint8_t>& bytes, std::uint64_t v) {
+  std::array<std::uint8_t, N> le;
+  for (std::size_t i = 0; i < N; ++i) le[i] = static_cast<std::uint8_t>(v >> (8 * i));
+  bytes.insert(bytes.end(), le.begin(), le.end());
 }
 
-void BinaryWriter::WriteU32(std::uint32_t v) {
-  for (int i = 0; i < 4; ++i) bytes_.push_back(static_cast<std::uint8_t>(v >> (8 * i)));
-}
+}  // namespace
 
-void BinaryWriter::WriteF64(double v) {
-  const auto bits = std::bit_cast<std::uint64_t>(v);
-  for (int i = 0; i < 8; ++i) bytes_.push_back(static_cast<std::uint8_t>(bits >> (8 * i)));
-}
+void BinaryWriter::WriteI16(std::int16_t v) { AppendLittleEndian<2>(bytes_, static_cast<std::uint16_t>(v)); }
+
+void BinaryWriter::WriteU32(std::uint32_t v) { AppendLittleEndian<4>(bytes_, v); }
+
+void BinaryWriter::WriteF64(double v) { AppendLittleEndian<8>(bytes_, std::bit_cast<std::uint64_t>(v)); }
 
 void BinaryWriter::WriteChars(std::string_view chars) {
-  for (char c : chars) bytes_.push_back(static_cast<std::uint8_t>(c));
+  const auto* first = reinterpret_cast<const std::uint8_t*>(chars.data());
+  bytes_.insert(bytes_.end(), first, first + chars.size());
 }
 
 void BinaryWriter::WriteText16(std::string_view text) {

@@ -1,5 +1,6 @@
 #include "project/ProjectLoader.h"
 
+#include <algorithm>
 #include <array>
 #include <exception>
 #include <filesystem>

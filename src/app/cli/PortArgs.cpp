@@ -15,7 +15,9 @@ namespace quorvel::cli {
 
 std::optional<std::int64_t> ParseInteger(const std::string& text, std::int64_t lo, std::int64_t hi) {
   const auto value = ParseDouble(text);
-  if (!value || *value != static_cast<double>(static_cast<std::int64_t>(*value))) return std::nullopt;
+  // Whole and within the 64-bit range before it is converted: "1e49" is a
+  // number, but no integer holds it.
+  if (!value || !(*value >= -0x1p63 && *value < 0x1p63) || *value != std::trunc(*value)) return std::nullopt;
   const auto n = static_cast<std::int64_t>(*value);
   if (n < lo || n > hi) return std::nullopt;
   return n;
