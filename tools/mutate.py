@@ -3,8 +3,8 @@
 and sees whether the unit tests catch them.
 
 Each mutant is an edit of one file (its original text must occur exactly
-once). The probe works on a copy of the sources (build-mutate/tree, refreshed
-from the worktree with rsync on each start), so the worktree is never edited
+once). The probe works on a copy of the sources (build-mutate/tree, brought up to
+the worktree on each start), so the worktree is never edited
 and an interrupted run leaves nothing behind; the copy's file is restored
 after every mutant all the same, Ctrl+C included. For each mutant it
 rebuilds the unit-test programs only (ccache keeps that short), runs
@@ -153,11 +153,29 @@ def run(cmd, cwd, timeout, log):
 
 
 def refresh_copy(tree):
-    os.makedirs(tree, exist_ok=True)
+    """Brings the copy up to the worktree: changed files copied with their
+    time stamps, so that an unchanged file is not rebuilt; gone files removed."""
+    wanted = set()
     for name in COPIED:
-        src = os.path.join(ROOT, name)
-        if os.path.exists(src):
-            subprocess.run(["rsync", "-a", "--delete", src, tree + "/"], check=True)
+        top = os.path.join(ROOT, name)
+        paths = [top] if os.path.isfile(top) else [os.path.join(d, f) for d, _, fs in os.walk(top) for f in fs]
+        for src in paths:
+            rel = os.path.relpath(src, ROOT)
+            wanted.add(rel)
+            dst = os.path.join(tree, rel)
+            st = os.stat(src)
+            try:
+                same = os.stat(dst).st_mtime_ns == st.st_mtime_ns and os.stat(dst).st_size == st.st_size
+            except FileNotFoundError:
+                same = False
+            if not same:
+                os.makedirs(os.path.dirname(dst), exist_ok=True)
+                shutil.copy2(src, dst)
+    for d, _, fs in os.walk(tree):
+        for f in fs:
+            rel = os.path.relpath(os.path.join(d, f), tree)
+            if rel not in wanted:
+                os.remove(os.path.join(d, f))
 
 
 def configure(tree, build, log):

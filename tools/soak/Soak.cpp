@@ -42,6 +42,9 @@
 #include "app/Session.h"
 #include "app/Startup.h"
 #include "app/cli/HeadlessFrame.h"
+#include "convert/AddressCode.h"
+#include "convert/RegisterDecode.h"
+#include "convert/RegisterEncode.h"
 #include "platform/NullModem.h"
 #include "platform/StopSignals.h"
 #include "serial/PortEntry.h"
@@ -130,6 +133,19 @@ std::vector<const CtrlProp*> ValueElements(frmQuorvel& window) {
 
 std::string Text(const CtrlProp& element) { return element.rCtrl() ? element.rCtrl()->Caption() : std::string(); }
 
+// What the Slave's registers hold for an element, shown as the element shows
+// a value. Its panel shows the emulated value itself, which a Float or an
+// Integer register rounds, so at a last digit's edge the two texts differ and
+// only this one can reach the Master.
+std::string RegisterText(const CtrlProp& element) {
+  const AddressCode code(element.Address());
+  EncodedValue image = EncodeValue(element.Data(), code.raw);
+  const double held = code.isBit()
+                          ? DecodeBits(image.view(), 0, code.width())
+                          : DecodeRegisters({image.bytes.data(), static_cast<std::size_t>(image.size)}, code.raw);
+  return element.ShownText(held);
+}
+
 // A minute's (or the run's) figures.
 struct Row {
   long rssKiB = 0;
@@ -142,6 +158,7 @@ struct Row {
   std::int64_t missed = 0;           // damaged polls whose error never came
   std::int64_t undamagedErrors = 0;  // errors no damage explains: stalls
   std::int64_t wrongValues = 0;
+  std::int64_t panelDiffers = 0;  // Slave values whose panel text is not their registers'
 };
 
 class Ledger {
@@ -196,6 +213,7 @@ class Ledger {
           owed_ = true;
       }
       minute_.undamagedErrors += unexplained;
+      if (unexplained > 0) TellStall(now);
       pollStart_ = now;
     }
   }
@@ -214,20 +232,42 @@ class Ledger {
     std::uint64_t faults = 0;
     std::int64_t masterErrors = 0;
     std::int64_t slaveRequests = 0;
+    MODBUS::TrafficCounters counters;
+    double atMs = 0;
   };
   Snap Snapshot() const {
     return {master_.Counters().RequestCount,
             Faults(modem_.Counts(platform::End::A)) + Faults(modem_.Counts(platform::End::B)),
-            Errors(master_.Counters()), slave_.Counters().SlaveRequestCount};
+            Errors(master_.Counters()),
+            slave_.Counters().SlaveRequestCount,
+            master_.Counters(),
+            std::chrono::duration<double, std::milli>(Clock::now().time_since_epoch()).count()};
+  }
+
+  // Which counter an error no damage explains went to, and how long its poll took.
+  void TellStall(const Snap& now) const {
+    const MODBUS::TrafficCounters& was = pollStart_.counters;
+    const MODBUS::TrafficCounters& is = now.counters;
+    std::cerr << "stall: poll " << now.requests << " of " << now.atMs - pollStart_.atMs << " ms:";
+    const std::pair<const char*, std::int32_t MODBUS::TrafficCounters::*> counters[] = {
+        {"TOErr", &MODBUS::TrafficCounters::TOErr},
+        {"DtErr", &MODBUS::TrafficCounters::DtErr},
+        {"PtyErr", &MODBUS::TrafficCounters::PtyErr},
+        {"CRCErr", &MODBUS::TrafficCounters::CRCErr},
+        {"FrErr", &MODBUS::TrafficCounters::FrErr}};
+    for (const auto& [name, counter] : counters)
+      if (is.*counter != was.*counter) std::cerr << " " << name << " +" << is.*counter - was.*counter;
+    std::cerr << "\n";
   }
 
   // The last texts each of the Slave's elements showed, newest last.
   static constexpr std::size_t kHeld = 512;
   void NoteSlave() {
     for (std::size_t i = 0; i < slaveValues_.size(); ++i) {
-      std::string text = Text(*slaveValues_[i]);
+      std::string text = RegisterText(*slaveValues_[i]);
       auto& held = held_[i];
       if (!held.empty() && held.back() == text) continue;
+      if (Text(*slaveValues_[i]) != text) ++minute_.panelDiffers;
       held.push_back(std::move(text));
       if (held.size() > kHeld) held.pop_front();
     }
@@ -283,6 +323,7 @@ void Add(Row& total, const Row& r) {
   total.missed += r.missed;
   total.undamagedErrors += r.undamagedErrors;
   total.wrongValues += r.wrongValues;
+  total.panelDiffers += r.panelDiffers;
 }
 
 int Run(const Options& options) {
@@ -325,8 +366,9 @@ int Run(const Options& options) {
     std::cerr << "soak: the Master's and the Slave's panels differ\n";
     return 2;
   }
-  std::printf("soak: %s at %d baud, one fault in %u characters, %.0f s\n", session.c_str(), options.baud, options.every,
-              options.seconds);
+  const std::string damage =
+      options.every == 0 ? "no damage" : "one fault in " + std::to_string(options.every) + " characters";
+  std::printf("soak: %s at %d baud, %s, %.0f s\n", session.c_str(), options.baud, damage.c_str(), options.seconds);
   std::printf("%6s %8s %7s %7s %6s %7s %7s %5s %6s %6s %5s\n", "minute", "RSS KiB", "polls", "S reqs", "faults",
               "damaged", "errors", "late", "missed", "stalls", "wrong");
 
@@ -381,6 +423,8 @@ int Run(const Options& options) {
       static_cast<long long>(total.undamagedErrors), static_cast<long long>(total.missed),
       static_cast<long long>(total.slaveRequests), static_cast<long long>(total.polls),
       static_cast<long long>(total.polls - total.slaveRequests));
+  std::printf("The Slave's panel showed %lld values otherwise than its registers held them (rounded by their type).\n",
+              static_cast<long long>(total.panelDiffers));
   std::printf("wrong values shown: %lld%s\n", static_cast<long long>(total.wrongValues),
               stopped ? " (stopped early)" : "");
   return flat && total.missed == 0 && total.wrongValues == 0 ? 0 : 1;
