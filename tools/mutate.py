@@ -13,6 +13,7 @@ out, or the build broke) or survived.
 
     nice tools/mutate.py                 # every mutant
     nice tools/mutate.py --only 3,7      # some of them, by number
+    nice tools/mutate.py --rev main      # the tests of another commit
     tools/mutate.py --list               # the mutants, numbered
 """
 
@@ -152,15 +153,15 @@ def run(cmd, cwd, timeout, log):
             raise
 
 
-def refresh_copy(tree):
-    """Brings the copy up to the worktree: changed files copied with their
-    time stamps, so that an unchanged file is not rebuilt; gone files removed."""
+def refresh_copy(tree, source):
+    """Brings the copy up to `source`: changed files copied with their time
+    stamps, so that an unchanged file is not rebuilt; gone files removed."""
     wanted = set()
     for name in COPIED:
-        top = os.path.join(ROOT, name)
+        top = os.path.join(source, name)
         paths = [top] if os.path.isfile(top) else [os.path.join(d, f) for d, _, fs in os.walk(top) for f in fs]
         for src in paths:
-            rel = os.path.relpath(src, ROOT)
+            rel = os.path.relpath(src, source)
             wanted.add(rel)
             dst = os.path.join(tree, rel)
             st = os.stat(src)
@@ -178,6 +179,20 @@ def refresh_copy(tree):
                 os.remove(os.path.join(d, f))
 
 
+def sources_at(rev, under):
+    """The sources of commit `rev`, unpacked once under `under`."""
+    commit = subprocess.run(["git", "-C", ROOT, "rev-parse", "--short", rev], check=True, capture_output=True,
+                            text=True).stdout.strip()
+    target = os.path.join(under, "rev-" + commit)
+    if not os.path.isdir(target):
+        os.makedirs(target + ".part", exist_ok=True)
+        archive = subprocess.Popen(["git", "-C", ROOT, "archive", commit] + COPIED, stdout=subprocess.PIPE)
+        subprocess.run(["tar", "-x", "-C", target + ".part"], stdin=archive.stdout, check=True)
+        archive.wait()
+        os.rename(target + ".part", target)
+    return target
+
+
 def configure(tree, build, log):
     if os.path.exists(os.path.join(build, "CMakeCache.txt")):
         return True
@@ -186,9 +201,9 @@ def configure(tree, build, log):
     return run(cmd, tree, 600, log) == 0
 
 
-def build_and_test(build, jobs, test_timeout, log_prefix):
+def build_and_test(build, jobs, test_timeout, log_prefix, build_timeout=900):
     """'build' when the build broke, 'tests' when a test failed or timed out, '' when all passed."""
-    status = run(["cmake", "--build", build, "-j%d" % jobs, "--target"] + UNIT_PROGRAMS, build, 900,
+    status = run(["cmake", "--build", build, "-j%d" % jobs, "--target"] + UNIT_PROGRAMS, build, build_timeout,
                  log_prefix + ".build.log")
     if status != 0:
         return "build"
@@ -201,6 +216,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--build-dir", default=os.path.join(ROOT, "build-mutate"))
     parser.add_argument("--only", help="comma-separated mutant numbers")
+    parser.add_argument("--rev", help="probe the tests of this commit instead of the worktree's")
     parser.add_argument("--list", action="store_true")
     parser.add_argument("--jobs", type=int, default=2)
     parser.add_argument("--timeout", type=int, default=60, help="seconds per test")
@@ -218,12 +234,13 @@ def main():
     build = os.path.join(args.build_dir, "build")
     logs = os.path.join(args.build_dir, "logs")
     os.makedirs(logs, exist_ok=True)
-    refresh_copy(tree)
+    refresh_copy(tree, sources_at(args.rev, args.build_dir) if args.rev else ROOT)
     if not configure(tree, build, os.path.join(logs, "configure.log")):
         print("mutate: cannot configure %s (see %s/configure.log)" % (build, logs))
         return 2
     # The unmutated tree must pass, or every mutant would look caught.
-    if build_and_test(build, args.jobs, args.timeout, os.path.join(logs, "baseline")):
+    # The first build of the copy is a whole one, and long on a shared machine.
+    if build_and_test(build, args.jobs, args.timeout, os.path.join(logs, "baseline"), build_timeout=4 * 3600):
         print("mutate: the unmutated tests fail (see %s/baseline.*.log)" % logs)
         return 2
 

@@ -31,7 +31,6 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <deque>
 #include <iostream>
 #include <optional>
 #include <string>
@@ -137,13 +136,13 @@ std::string Text(const CtrlProp& element) { return element.rCtrl() ? element.rCt
 // a value. Its panel shows the emulated value itself, which a Float or an
 // Integer register rounds, so at a last digit's edge the two texts differ and
 // only this one can reach the Master.
-std::string RegisterText(const CtrlProp& element) {
+void RegisterText(const CtrlProp& element, std::string& text) {
   const AddressCode code(element.Address());
   EncodedValue image = EncodeValue(element.Data(), code.raw);
   const double held = code.isBit()
                           ? DecodeBits(image.view(), 0, code.width())
                           : DecodeRegisters({image.bytes.data(), static_cast<std::size_t>(image.size)}, code.raw);
-  return element.ShownText(held);
+  text = element.ShownText(held);
 }
 
 // A minute's (or the run's) figures.
@@ -260,26 +259,48 @@ class Ledger {
     std::cerr << "\n";
   }
 
-  // The last texts each of the Slave's elements showed, newest last.
-  static constexpr std::size_t kHeld = 512;
+  // The last texts an element of the Slave held, in a ring whose every slot
+  // is made at the start: the soak's own bookkeeping must not show as growth
+  // of the memory it watches.
+  class Held {
+   public:
+    static constexpr std::size_t kSlots = 512;
+    Held() : slots_(kSlots) {
+      for (std::string& slot : slots_) slot.reserve(32);
+    }
+    // False when `text` is the newest already.
+    bool Note(const std::string& text) {
+      if (count_ > 0 && slots_[(next_ + kSlots - 1) % kSlots] == text) return false;
+      slots_[next_].assign(text);
+      next_ = (next_ + 1) % kSlots;
+      count_ = std::min(count_ + 1, kSlots);
+      return true;
+    }
+    bool Contains(const std::string& text) const {
+      for (std::size_t k = 1; k <= count_; ++k)
+        if (slots_[(next_ + kSlots - k) % kSlots] == text) return true;
+      return false;
+    }
+
+   private:
+    std::vector<std::string> slots_;
+    std::size_t next_ = 0;
+    std::size_t count_ = 0;
+  };
+
   void NoteSlave() {
     for (std::size_t i = 0; i < slaveValues_.size(); ++i) {
-      std::string text = RegisterText(*slaveValues_[i]);
-      auto& held = held_[i];
-      if (!held.empty() && held.back() == text) continue;
-      if (Text(*slaveValues_[i]) != text) ++minute_.panelDiffers;
-      held.push_back(std::move(text));
-      if (held.size() > kHeld) held.pop_front();
+      RegisterText(*slaveValues_[i], scratch_);
+      if (held_[i].Note(scratch_) && Text(*slaveValues_[i]) != scratch_) ++minute_.panelDiffers;
     }
   }
 
   void CheckMaster() {
     for (std::size_t i = 0; i < masterValues_.size() && i < held_.size(); ++i) {
-      const std::string& text = Text(*masterValues_[i]);
+      const std::string text = Text(*masterValues_[i]);
       if (text == shown_[i]) continue;
-      shown_[i] = text;
-      const auto& held = held_[i];
-      if (std::find(held.rbegin(), held.rend(), text) != held.rend()) continue;
+      shown_[i].assign(text);
+      if (held_[i].Contains(text)) continue;
       ++minute_.wrongValues;
       std::cerr << "wrong value: " << masterValues_[i]->AddressCaption() << " shows '" << text
                 << "', which the Slave did not hold lately\n";
@@ -291,7 +312,8 @@ class Ledger {
   const platform::NullModem& modem_;
   std::vector<const CtrlProp*> masterValues_;
   std::vector<const CtrlProp*> slaveValues_;
-  std::vector<std::deque<std::string>> held_;
+  std::vector<Held> held_;
+  std::string scratch_;
   std::vector<std::string> shown_;
   Snap pollStart_;
   bool owed_ = false;  // the last poll was damaged and counted no error
@@ -417,7 +439,8 @@ int Run(const Options& options) {
   std::printf(
       "faults: %llu characters damaged in %lld polls; the Master counted %lld errors, one for each damaged poll "
       "(%lld of them in the poll after) and %lld more (stalls); %lld damaged polls counted nothing.\n"
-      "The Slave took %lld of %lld requests; the Master timed out on the %lld damaged on their way.\n",
+      "The Slave took %lld of %lld requests; the other %lld were spoilt on their way (the Master timed out on "
+      "them) or still on the line at the end.\n",
       static_cast<unsigned long long>(total.faults), static_cast<long long>(total.damagedPolls),
       static_cast<long long>(total.masterErrors), static_cast<long long>(total.late),
       static_cast<long long>(total.undamagedErrors), static_cast<long long>(total.missed),
