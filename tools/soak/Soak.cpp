@@ -8,22 +8,26 @@
 // grew after the first five minutes, a fault went uncounted or a value was
 // wrong.
 //
-// How faults and errors are matched: every character a request or answer is
-// made of crosses the cable between the Master sending that request and
-// sending its next one, and the cable counts a fault as it reads the faulty
-// character. So each poll gets the faults counted between its request and the
-// next, and the Master's error counters' rise over the same span. A damaged
-// poll must have counted exactly one error (the damage lands in a request:
-// the Slave counts a CRC or frame error and stays silent, the Master times
-// out; in an answer: the Master counts a CRC, frame or data error, or times
-// out when a character went missing). An error in a poll the cable did not
-// touch is a stall of this machine, not the line's, and is listed apart.
+// How faults and errors are matched: the cable counts a fault as it reads
+// the faulty character from its sender, so every fault of a poll is counted
+// between the end of the poll before (its answer taken or its time run out)
+// and the end of this one; the next request waits the window's Interval, so
+// it never falls in. Each poll gets the faults and the rise of the Master's
+// error counters over that span. A damaged poll must count exactly one error:
+// damage in a request spoils its CRC or its length, the Slave does not answer
+// (a frame that fails its check names no slave, so no window counts it) and
+// the Master times out; damage in an answer makes the Master count a CRC,
+// frame or data error, or time out. Noise that follows an answer's last
+// character is not part of that answer, which came whole, but spoils the
+// next one: that error is counted a poll late and listed as such. An error
+// that no damage explains is a stall of this machine, not the line's.
 //
-// Values: after every turn of the loop the Slave's panel texts are noted (the
-// last few hundred each element showed) and each text the Master's panel
-// shows must be among the same element's. The sample's elements move on their
-// own as the Slave emulates them; the totaliser, which does not, is typed
-// into the Slave once a minute as a user would.
+// Values: after every turn of the loop the text of what each of the Slave's
+// elements holds in its registers is noted (the last few hundred of each),
+// and each text the Master's panel shows must be among the same element's.
+// The sample's elements move on their own as the Slave emulates them; the
+// totaliser, which does not, is typed into the Slave once a minute as a user
+// would.
 
 #include <unistd.h>
 
@@ -182,12 +186,13 @@ class Ledger {
     NoteSlave();
     CheckMaster();
     const auto now = Snapshot();
-    // The Master sent its next request: the polls before it are over.
-    if (now.requests != pollStart_.requests) {
+    // A poll is over once the Master waits no more: its answer was taken or
+    // its time ran out.
+    if (!master_.WaitResponce() && now.requests != pollStart_.requests) {
       const std::uint64_t faults = now.faults - pollStart_.faults;
       const std::int64_t errors = now.masterErrors - pollStart_.masterErrors;
-      // Several requests in one turn cannot happen at these rates; count the
-      // span as one poll per request so that the totals stay honest.
+      // A time-out and the next request in one turn would make two polls of
+      // one span; they are counted as two so that the totals stay honest.
       const std::int64_t polls = now.requests - pollStart_.requests;
       minute_.polls += polls;
       minute_.faults += faults;
