@@ -36,17 +36,22 @@ MUTANTS = [
      "return buf[n] == (crc >> 8) && buf[n + 1] == (crc & 0xFF);", "CRC checked high byte first"),
     ("src/modbus/FrameCodec.cpp", "(0 - (sum & 0xFF)) & 0xFF", "(sum & 0xFF)", "LRC not negated"),
     ("src/modbus/FrameCodec.cpp", "buf[L - 2] != 13", "buf[L - 2] != 10", "ASCII end marker CR taken for LF"),
+    ("src/modbus/FrameCodec.cpp", "return c - 'a' + 10;", "return c - 'a';", "lower-case hex digit value"),
     ("src/modbus/RequestFrame.cpp", "expected = std::int64_t{CoilBytes(request.ReadQnt())} + 5;",
      "expected = std::int64_t{CoilBytes(request.ReadQnt())} + 4;", "expected answer length of a bit read off by one"),
     ("src/modbus/RequestFrame.cpp", "    Byte(value >> 8);\n    Byte(value & 0xFF);",
      "    Byte(value & 0xFF);\n    Byte(value >> 8);", "16-bit request field low byte first"),
     ("src/modbus/RequestFrame.cpp", "w.Byte(on ? 0xFF : 0x00);", "w.Byte(on ? 0x01 : 0x00);",
      "forced coil ON sent as 0x0100"),
+    ("src/modbus/RequestFrame.cpp", "        w.Data(request, 4);\n        expected = 10;",
+     "        w.Data(request, 4);\n        expected = 8;", "mask write answer length"),
     ("src/modbus/RequestFrame.cpp", "if (w.size() + 2 > buf.size())", "if (w.size() + 1 > buf.size())",
      "room for the CRC off by one"),
     # Master transaction
     ("src/modbus/MasterTransaction.cpp", "fail(counters.Ex2, kIllegalAddressText);",
      "fail(counters.Ex1, kIllegalAddressText);", "exception 2 counted as exception 1"),
+    ("src/modbus/MasterTransaction.cpp", "fail(counters.TOErr, kTimeoutText);", "fail(counters.FrErr, kTimeoutText);",
+     "time-out counted as a frame error"),
     ("src/modbus/MasterTransaction.cpp", "if (invalid) CountUp(counters.DtErr);", "(void)invalid;",
      "invalid answer not counted"),
     ("src/modbus/MasterTransaction.cpp", "if (length_ != count + 3) kind", "if (length_ != count + 2) kind",
@@ -55,6 +60,10 @@ MUTANTS = [
      "echo of a single write compared one byte short"),
     ("src/modbus/MasterTransaction.cpp", "fail(counters.CRCErr, kCrcErrorText);", "fail(counters.FrErr, kCrcErrorText);",
      "CRC failure counted as a frame error"),
+    ("src/modbus/MasterTransaction.cpp", "const bool writeEcho = request.Func() == 15 || request.Func() == 16;",
+     "const bool writeEcho = request.Func() == 15;", "FC16 echo delivered as values"),
+    ("src/modbus/SlaveEmulation.cpp", "if (quantity < 1 || quantity > 125) return Exception(3);",
+     "if (quantity < 1 || quantity > 126) return Exception(3);", "register read quantity limit off by one"),
     # Slave emulation
     ("src/modbus/SlaveEmulation.cpp", "return start >= data_.Lowest(table) && start + quantity - 1 <= data_.Highest(table);",
      "return start >= data_.Lowest(table) && start + quantity <= data_.Highest(table);", "address range end off by one"),
@@ -66,10 +75,13 @@ MUTANTS = [
     ("src/modbus/SlaveEmulation.cpp", "quantity > 123 ||", "quantity > 125 ||", "FC16 quantity limit of FC3"),
     ("src/modbus/SlaveEmulation.cpp", "(current & andMask) | (orMask & ~andMask)", "(current & andMask) | orMask",
      "mask write OR mask not masked"),
+    ("src/modbus/SlaveEmulation.cpp", "writeQuantity > 121", "writeQuantity > 123", "FC23 write quantity limit"),
     ("src/modbus/SlaveEmulation.cpp", "address > kHighestSlave", "address >= kHighestSlave",
      "highest slave address refused"),
     ("src/modbus/SlaveEmulation.cpp", "      CountUp(*counter[code]);\n      if (!enabled) return 0;",
      "      if (!enabled) return 0;\n      CountUp(*counter[code]);", "unanswered exception not counted"),
+    ("src/modbus/MapSlaveData.cpp", "return values.empty() ? kEmptyHighest : values.rbegin()->first;",
+     "return values.empty() ? kEmptyHighest : values.begin()->first;", "highest address of a map table"),
     ("src/modbus/MapSlaveData.cpp",
      "static_cast<std::uint16_t>(data[2 * i] * 256 + data[2 * i + 1]);",
      "static_cast<std::uint16_t>(data[2 * i + 1] * 256 + data[2 * i]);", "written register byte order"),
@@ -84,12 +96,23 @@ MUTANTS = [
      "Byte hi and Byte low exchanged"),
     ("src/convert/RegisterDecode.cpp", "(packed[byte] >> (bit % 8)) & 1", "(packed[byte] >> (7 - bit % 8)) & 1",
      "bit order within a byte"),
+    ("src/convert/RegisterDecode.cpp", "std::swap(a[2], a[4]);", "std::swap(a[2], a[5]);", "Double word order"),
+    ("src/convert/NumberFormat.cpp", "if (e < -4 || e >= 15) {", "if (e < -5 || e >= 15) {",
+     "scientific threshold of the general form"),
     ("src/convert/NumberFormat.cpp", "const long total = std::lround(within) % 86400;",
      "const long total = static_cast<long>(within) % 86400;", "time of day truncated, not rounded"),
+    ("src/convert/NumberFormat.cpp", "if (day < -657434.0 || day > 2958465.0)", "if (day < -657434.0 || day >= 2958465.0)",
+     "last day of the date range refused"),
+    ("src/convert/NumberFormat.cpp", "} else if (y == 0 && count >= 3 && !sections[2].empty()) {",
+     "} else if (y == 0 && count >= 2 && !sections[2].empty()) {", "zero section chosen with two sections"),
     ("src/convert/DisplayText.cpp", "if (v < 0) v += word ? 65536.0 : 256.0;", "if (v < 0) v += word ? 65535.0 : 256.0;",
      "negative binary word offset"),
     ("src/convert/DisplayText.cpp", "const double y = v * k + x0;", "const double y = (v + x0) * k;",
      "scaling order"),
+    ("src/convert/DisplayText.cpp", "if (code.hex() && !code.binary()) return HexText(v);",
+     "if (code.hex()) return HexText(v);", "bit element with hex and binary shown hex"),
+    ("src/convert/ValueEntry.cpp", "if (unsignedFlag) return {false, 0, 2 * posLimit + 1};",
+     "if (unsignedFlag) return {false, 0, 2 * posLimit};", "unsigned range top off by one"),
     # Entry
     ("src/convert/ValueEntry.cpp", "if (IsIntegerType(code)) v = std::round(v);",
      "if (IsIntegerType(code)) v = std::floor(v);", "entry rounded down"),
@@ -97,6 +120,8 @@ MUTANTS = [
      "inverse scaling order"),
     ("src/convert/ValueEntry.cpp", "inRange = inRange && v >= 0 && v <= std::ldexp(1.0, code.width()) - 1;",
      "inRange = inRange && v >= 0 && v <= std::ldexp(1.0, code.width());", "bit element range off by one"),
+    ("src/convert/RegisterEncode.cpp", "double r = std::fmod(std::round(v), kModulus);",
+     "double r = std::fmod(std::trunc(v), kModulus);", "encoding truncates"),
     ("src/convert/RegisterEncode.cpp", "const int slot = swapped ? words - 1 - i : i;",
      "const int slot = swapped ? i : words - 1 - i;", "encoded word order"),
     ("src/convert/RegisterEncode.cpp", "out.bytes[1] = static_cast<std::uint8_t>(LowBits(value));",
@@ -104,15 +129,21 @@ MUTANTS = [
     # Loader
     ("src/project/ProjectRecords.cpp", "  r.Top = in.ReadI32();\n  r.Left = in.ReadI32();",
      "  r.Left = in.ReadI32();\n  r.Top = in.ReadI32();", "element Top and Left read in the wrong order"),
+    ("src/project/ProjectRecords.cpp", "  r.Value1 = in.ReadF64();\n  r.Value2 = in.ReadF64();",
+     "  r.Value2 = in.ReadF64();\n  r.Value1 = in.ReadF64();", "emulation values read in the wrong order"),
     ("src/project/ProjectRecords.cpp", "  r.ReadAddr = in.ReadI32();\n  r.ReadQnt = in.ReadI32();",
      "  r.ReadQnt = in.ReadI32();\n  r.ReadAddr = in.ReadI32();", "request address and quantity read swapped"),
     ("src/project/ProjectRecords.cpp", "  out.WriteF64(r.k);\n  out.WriteF64(r.x0);",
      "  out.WriteF64(r.x0);\n  out.WriteF64(r.k);", "k and x0 written swapped"),
+    ("src/project/ProjectLoader.cpp", "static_cast<std::int16_t>(raw[i] | (raw[i + 1] << 8))",
+     "static_cast<std::int16_t>(raw[i] << 8 | raw[i + 1])", "section counts read big-endian"),
     ("src/project/ProjectLoader.cpp", "      case Table::Coil:\n        File(out_.CoilElements",
      "      case Table::Coil:\n        File(out_.DiscreteElements", "coil element filed as a discrete input"),
     # Port timing
     ("src/serial/LineTiming.cpp", "double SilenceT35Ms(double baudRate) {\n  return baudRate > kFixedAboveBaud",
      "double SilenceT35Ms(double baudRate) {\n  return baudRate >= kFixedAboveBaud", "fixed silence from 19200 on"),
+    ("src/serial/LineTiming.cpp", "return baudRate > 0 ? 11000.0 / baudRate : 0;",
+     "return baudRate > 0 ? 10000.0 / baudRate : 0;", "character of 10 bits"),
     ("src/serial/OverlappedRead.cpp", "return received_ > 0 && nowMs - lastMs_ >= Silence();",
      "return received_ > 0 && nowMs - lastMs_ > Silence();", "frame silence compared with >"),
     ("src/serial/OverlappedRead.cpp", "return intervalMs_ > 0 && received_ > 0 && nowMs - lastMs_ > intervalMs_;",
@@ -121,11 +152,15 @@ MUTANTS = [
      "if (totalMs_ > 0 && nowMs - startMs_ > totalMs_) return true;", "total time-out compared with >"),
     ("src/serial/OverlappedRead.cpp", "return intervalMs_ + (pending_ ? kLatencyAllowanceMs : 0);",
      "return intervalMs_ + (pending_ ? 0 : kLatencyAllowanceMs);", "latency allowance on the wrong frames"),
+    ("src/serial/FrameRule.cpp", "if (length == MODBUS::kUnknown || length > kMaxFrame)",
+     "if (length == MODBUS::kUnknown || length >= kMaxFrame)", "longest RTU frame refused"),
     ("src/serial/FrameRule.cpp", "heldBack = heldBack || (possible && !quiet);", "heldBack = heldBack || possible;",
      "a quiet line still waits for a frame"),
     # Sessions
     ("src/app/SessionFile.cpp", "    out.Integer(window.Timeout);\n    out.Integer(window.PollingPeriod);",
      "    out.Integer(window.PollingPeriod);\n    out.Integer(window.Timeout);", "window fields written swapped"),
+    ("src/app/SessionFile.cpp", "session.Width = width;", "session.Width = session.Height;",
+     "frame width read as its height"),
     ("src/app/SessionFile.cpp", "timing <= static_cast<std::int64_t>(LineTiming::Fast)",
      "timing < static_cast<std::int64_t>(LineTiming::Fast)", "last line timing not known"),
     ("src/app/SessionFile.cpp", "if (port.Timing != LineTiming::Classic || port.Echo) return true;",
@@ -136,7 +171,8 @@ MUTANTS = [
 # these are the quick ones (no real peers, no screen).
 UNIT_LABELS = "^(modbus|convert|project|app|platform|serial|device|dialogs)$"
 UNIT_PROGRAMS = ["quorvel_modbus_tests", "quorvel_convert_tests", "quorvel_project_tests", "quorvel_app_tests",
-                 "quorvel_platform_tests", "quorvel_serial_tests", "quorvel_device_tests", "quorvel_dialogs_tests"]
+                 "quorvel_platform_tests", "quorvel_serial_tests", "quorvel_device_tests", "quorvel_dialogs_tests",
+                 "quorvel_samples"]  # the sample project some tests load
 COPIED = ["CMakeLists.txt", "cmake", "src", "tests", "samples", "tools", "packaging", "docs"]
 
 
@@ -279,7 +315,14 @@ def main():
     return 0
 
 
+def stop(signum, frame):
+    raise KeyboardInterrupt
+
+
 if __name__ == "__main__":
+    # Ended by kill as by Ctrl+C: the copy's file is restored either way.
+    signal.signal(signal.SIGTERM, stop)
+    signal.signal(signal.SIGINT, stop)
     try:
         sys.exit(main())
     except KeyboardInterrupt:
