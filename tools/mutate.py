@@ -18,6 +18,7 @@ out, or the build broke) or survived.
 """
 
 import argparse
+import filecmp
 import os
 import shutil
 import signal
@@ -193,8 +194,9 @@ def run(cmd, cwd, timeout, log):
 
 
 def refresh_copy(tree, source):
-    """Brings the copy up to `source`: changed files copied with their time
-    stamps, so that an unchanged file is not rebuilt; gone files removed."""
+    """Brings the copy up to `source`: a file whose content differs is copied
+    and stamped now, so that make rebuilds what it feeds whichever way the
+    content went; an unchanged file keeps its stamp; gone files are removed."""
     wanted = set()
     for name in COPIED:
         top = os.path.join(source, name)
@@ -203,14 +205,11 @@ def refresh_copy(tree, source):
             rel = os.path.relpath(src, source)
             wanted.add(rel)
             dst = os.path.join(tree, rel)
-            st = os.stat(src)
-            try:
-                same = os.stat(dst).st_mtime_ns == st.st_mtime_ns and os.stat(dst).st_size == st.st_size
-            except FileNotFoundError:
-                same = False
-            if not same:
-                os.makedirs(os.path.dirname(dst), exist_ok=True)
-                shutil.copy2(src, dst)
+            if os.path.isfile(dst) and filecmp.cmp(src, dst, shallow=False):
+                continue
+            os.makedirs(os.path.dirname(dst), exist_ok=True)
+            shutil.copyfile(src, dst)
+            shutil.copymode(src, dst)
     for d, _, fs in os.walk(tree):
         for f in fs:
             rel = os.path.relpath(os.path.join(d, f), tree)
