@@ -71,6 +71,28 @@ TEST(SessionFile, TheSampleFollowsTheLayout) {
   EXPECT_EQ(FormatSession(expected), bytes);
 }
 
+// Every field of a port and of a window holds a value of its own, so that
+// two fields written or read in each other's place show (the sample has
+// Timeout = PollingPeriod and Left = Top).
+TEST(SessionFile, EveryFieldHasItsOwnLine) {
+  SessionFile session;
+  session.Ports[4] = {true, false, 38400, 3, 4, 4097, 1};
+  session.Width = 12000;
+  session.Height = 9000;
+  session.Windows = {{"A.qvc", 5, 17, 3, 1500, 250, 30, false, 120, 240, 5000, 4000}};
+  std::string text;
+  for (int com = 1; com <= 16; ++com) {
+    const auto port = com == 5 ? std::vector<std::string>{"#TRUE#", "#FALSE#", "38400", "3", "4", "4097", "1"}
+                               : std::vector<std::string>{"#FALSE#", "#FALSE#", "9600", "0", "0", "12305", "0"};
+    for (const std::string& value : port) text += value + "\r\n";
+  }
+  for (const char* value : {"12000", "9000", "1", "\"A.qvc\"", "5", "17", "3", "1500", "250", "30", "#FALSE#", "120",
+                            "240", "5000", "4000"})
+    text += std::string(value) + "\r\n";
+  EXPECT_EQ(FormatSession(session), text);
+  EXPECT_EQ(ParseSession(text), session);
+}
+
 // The line timing block as written: the tag, then timing and echo of each
 // port, with `lines` replacing the values at their 0-based places.
 std::string TimingBlock(const std::vector<std::pair<std::size_t, std::string>>& lines = {}) {

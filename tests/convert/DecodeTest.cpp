@@ -19,6 +19,9 @@ TEST(DecodeRegisters, ByTypeSignAndWordOrder) {
   } cases[] = {
       {"integer signed", "FF FE", Reg(0), -2},
       {"integer unsigned", "FF FE", Reg(0, kUnsigned), 65534},
+      {"integer at the sign's edge", "80 00", Reg(0), -32768},
+      {"integer top positive", "7F FF", Reg(0), 32767},
+      {"long at the sign's edge", "00 00 80 00", Reg(1), -2147483648.0},
       {"byte hi signed", "80 01", Reg(4), -128},
       {"byte low signed", "01 80", Reg(5), -128},
       {"long", "00 01 00 02", Reg(1), 131073},

@@ -33,6 +33,7 @@ TEST(DisplayText, ChoosesTheTextByTheAddressCode) {
       {"hex and binary", 255, Reg(0, kHex | kBinary), "0000 0000", 1, 0, "FFh"},
       // Binary: a word shows 16 bits, every other type 8; negatives wrap.
       {"binary word", 65534, Reg(0, kBinary), "0000 0000 0000 0000", 1, 0, "1111 1111 1111 1110"},
+      {"binary word negative", -2, Reg(0, kBinary), "0000 0000 0000 0000", 1, 0, "1111 1111 1111 1110"},
       {"binary byte", -1, Reg(4, kBinary), "0000 0000", 1, 0, "1111 1111"},
       {"binary long", 74565, Reg(1, kBinary), "", 1, 0, "01000101"},
       // Bit elements lay their bits into the format.

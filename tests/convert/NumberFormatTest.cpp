@@ -148,6 +148,9 @@ TEST(FormatTimeOfDay, SecondsAsTimeOfDay) {
       {3661, "01:01:01"},
       {86400, "00:00:00"},
       {59.5, "00:01:00"},
+      {60.5, "00:01:01"},  // half away from zero, not to even
+      {59.6, "00:01:00"},
+      {59.4, "00:00:59"},
       {86399.5, "00:00:00"},            // rounding up past midnight wraps too
       {-21600, "06:00:00"},             // -0.25 day: the time of the fraction's size
       {2958465.5 * 86400, "12:00:00"},  // last day of the date range

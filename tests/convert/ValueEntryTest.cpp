@@ -53,6 +53,9 @@ const Accepted kAccepted[] = {
     {"8 191 ms", Reg(0), "# ##0 \"ms\"", 1, 0, 8191, {0x1F, 0xFF}},
     {"-2.5e-1", Reg(3, kSwapped), "", 1, 0, -0.25, {0xBF, 0xD0, 0, 0, 0, 0, 0, 0}},
     {"2.5", Reg(0), "", 1, 0, 3, {0x00, 0x03}},
+    {"2.4", Reg(0), "", 1, 0, 2, {0x00, 0x02}},
+    {"-2.6", Reg(0), "", 1, 0, -3, {0xFF, 0xFD}},
+    {"-2.5", Reg(0), "", 1, 0, -3, {0xFF, 0xFD}},
     {"12", Reg(0, kBinary), "", 1, 0, 12, {0x00, 0x0C}},  // not a bit pattern: decimal
     // Hexadecimal forms, unscaled in "Hex" elements.
     {"- 0X 1f", Reg(0), "", 1, 0, -31, {0xFF, 0xE1}},

@@ -95,6 +95,8 @@ const Case kRtu[] = {
      .after = {.DtErr = 1}},
     {.name = "coil echo of the held data", .message = "01 05 00 AC 00 01", .req = kCoil, .kind = kKind8,
      .lengthAfter = 6, .after = {.DtErr = 1}},
+    {.name = "register echo, other low data byte", .message = "01 06 00 01 00 04", .req = kRegister, .kind = kKind8,
+     .lengthAfter = 6, .after = {.DtErr = 1}},
     {.name = "register echo cut short", .code = 4, .message = "01 06 00", .req = kRegister, .kind = kKind8,
      .lengthAfter = 5, .after = {.DtErr = 1}},
     {.name = "mask echo, other OR mask", .message = "01 16 00 04 00 F2 00 26", .req = kMask, .kind = kKind8,

@@ -41,27 +41,63 @@ Pdu ReadWrite(int ra, int rq, int wa, int wq, int bytes, int sent) {
   return R(23, ra, rq).w(wa).w(wq).b(bytes).fill(sent, 0);
 }
 
+// Every exception rule of every function a row; a quantity at its limit
+// passes the quantity rule and so meets the address rule (2), one past it
+// does not (3).
 const MatrixCase kMatrix[] = {
     {"1 past the end", R(1, 16, 1), 2},
+    {"1 last two past the end", R(1, 15, 2), 2},
     {"1 quantity 0", R(1, 0, 0), 3},
     {"1 quantity 2000", R(1, 0, 2000), 2},
     {"1 quantity 2001", R(1, 0, 2001), 3},
+    {"1 short", F(1).w(0).b(0), 3},
     {"2 address 0, below the map", R(2, 0, 1), 2},
+    {"2 past the end", R(2, 107, 2), 2},
+    {"2 quantity 0", R(2, 100, 0), 3},
+    {"2 quantity 2001", R(2, 100, 2001), 3},
+    {"3 quantity 0", R(3, 0, 0), 3},
+    {"3 quantity 125", R(3, 0, 125), 2},
     {"3 quantity 126", R(3, 0, 126), 3},
+    {"3 last two past the end", R(3, 9, 2), 2},
+    {"3 short", F(3).w(0).b(0), 3},
+    {"4 quantity 126", R(4, 0, 126), 3},
+    {"4 last two past the end", R(4, 4, 2), 2},
     {"5 past the end", R(5, 16, 0xFF00), 2},
     {"5 value 0x0001", R(5, 0, 0x0001), 3},
+    {"5 value 0x00FF", R(5, 0, 0x00FF), 3},
     {"5 short", F(5).w(0).b(0xFF), 3},
+    {"6 past the end", R(6, 10, 1), 2},
+    {"6 short", F(6).w(0).b(0), 3},
+    {"15 quantity 0", Coils(0, 0, 0, 0), 3},
+    {"15 quantity 1968", Coils(0, 1968, 246, 246), 2},
     {"15 quantity 1969", Coils(0, 1969, 247, 247), 3},
+    {"15 last two past the end", Coils(15, 2, 1, 1), 2},
     {"15 byte count one less", Coils(0, 9, 1, 1), 3},
     {"15 data missing", Coils(0, 16, 2, 1), 3},
     {"15 no byte count", R(15, 0, 1), 3},
+    {"16 quantity 0", Regs(0, 0, 0, 0), 3},
+    {"16 quantity 123", Regs(0, 123, 246, 246), 2},
     {"16 quantity 124", Regs(0, 124, 248, 248), 3},
+    {"16 last two past the end", Regs(9, 2, 4, 4), 2},
     {"16 byte count odd", Regs(0, 2, 3, 3), 3},
+    {"16 data missing", Regs(0, 2, 4, 3), 3},
+    {"16 no byte count", R(16, 0, 1), 3},
     {"22 past the end", R(22, 10, 0xFFFF).w(0), 2},
     {"22 short", F(22).w(0).w(0xFFFF).b(0), 3},
+    {"23 read quantity 0", ReadWrite(0, 0, 0, 1, 2, 2), 3},
+    {"23 read quantity 125", ReadWrite(0, 125, 0, 1, 2, 2), 2},
+    {"23 read quantity 126", ReadWrite(0, 126, 0, 1, 2, 2), 3},
+    {"23 read past the end", ReadWrite(9, 2, 0, 1, 2, 2), 2},
     {"23 write past the end", ReadWrite(0, 1, 10, 1, 2, 2), 2},
+    {"23 write quantity 0", ReadWrite(0, 1, 0, 0, 0, 0), 3},
+    {"23 write quantity 121", ReadWrite(0, 1, 0, 121, 242, 242), 2},
     {"23 write quantity 122", ReadWrite(0, 1, 0, 122, 244, 244), 3},
     {"23 byte count mismatch", ReadWrite(0, 1, 0, 2, 2, 4), 3},
+    {"23 data missing", ReadWrite(0, 1, 0, 2, 4, 3), 3},
+    {"23 short", R(23, 0, 1).w(0), 3},
+    {"function 0", R(0, 0, 1), 1},
+    {"function 7", R(7, 0, 1), 1},
+    {"function 24", R(24, 0, 1), 1},
     {"function 128", R(128, 0, 1), 1},
 };
 
@@ -76,6 +112,30 @@ TEST(SlaveEmulation, RefusesEachRequestOfTheMatrix) {
     const std::int32_t counted[] = {0, counters.Ex1, counters.Ex2, counters.Ex3, counters.Ex4};
     EXPECT_EQ(counted[c.exception], 1);
     EXPECT_EQ(counters.Ex1 + counters.Ex2 + counters.Ex3 + counters.Ex4, 1);
+  }
+}
+
+// A device without one of the tables answers every function on it with
+// exception 1, as it does a function it does not know.
+TEST(SlaveEmulation, ATableItDoesNotHaveIsAnIllegalFunction) {
+  const Pdu kRequests[] = {R(1, 0, 1),
+                           R(2, 0, 1),
+                           R(3, 0, 1),
+                           R(4, 0, 1),
+                           R(5, 0, 0xFF00),
+                           R(6, 0, 1),
+                           Coils(0, 1, 1, 1),
+                           Regs(0, 1, 2, 2),
+                           R(22, 0, 0xFFFF).w(0),
+                           ReadWrite(0, 1, 0, 1, 2, 2)};
+  for (const Pdu& pdu : kRequests) {
+    const Bytes& request = pdu.bytes;
+    SCOPED_TRACE("function " + std::to_string(request[1]));
+    MapSlaveData empty;
+    TrafficCounters counters;
+    EXPECT_EQ(Answer(request, kAll, empty, counters),
+              (Bytes{0x01, static_cast<std::uint8_t>(request[1] | 0x80), 0x01}));
+    EXPECT_EQ(counters, (TrafficCounters{.SlaveRequestCount = 1, .Ex1 = 1}));
   }
 }
 
@@ -102,6 +162,7 @@ TEST(SlaveEmulation, NormalAnswersReadFromAndWriteIntoTheTables) {
   for (const auto& c : kCases) {
     SCOPED_TRACE(c.name);
     MapSlaveData map = KnownMap();
+    map.SetLimit(Table::HoldingRegisters, 9, 0xBEEF);  // a value right at its limit is held
     TrafficCounters counters;
     EXPECT_EQ(Answer(Hex(c.request), kAll, map, counters), Hex(c.answer));
     EXPECT_EQ(map.Get(c.table, c.address), c.after);
@@ -122,6 +183,14 @@ TEST(SlaveEmulation, MaskBitsLimitsAndTheirCounting) {
       {"Ex1 off: not counted", "01 07 00 00 00 00", kAll & ~kAnswerEx1, "", {.SlaveRequestCount = 1}},
       {"Ex2 off: counted", "01 01 00 10 00 01", kAll & ~kAnswerEx2, "", {.SlaveRequestCount = 1, .Ex2 = 1}},
       {"Ex3 off: counted", "01 05 00 00 12 34", kAll & ~kAnswerEx3, "", {.SlaveRequestCount = 1, .Ex3 = 1}},
+      {"Ex4 off: counted", "01 06 00 05 00 65", kAll & ~kAnswerEx4, "", {.SlaveRequestCount = 1, .Ex4 = 1}},
+      {"15 not served", "01 0F 00 00 00 01 01 01", kAll & ~kServe15, "01 8F 01", {.SlaveRequestCount = 1, .Ex1 = 1}},
+      {"22 not served", "01 16 00 04 00 F2 00 25", kAll & ~kServe22, "01 96 01", {.SlaveRequestCount = 1, .Ex1 = 1}},
+      {"23 not served",
+       "01 17 00 00 00 01 00 01 00 01 02 00 07",
+       kAll & ~kServe23,
+       "01 97 01",
+       {.SlaveRequestCount = 1, .Ex1 = 1}},
       {"16 not served", "01 10 00 00 00 01 02 00 01", kAll & ~kServe16, "01 90 01", {.SlaveRequestCount = 1, .Ex1 = 1}},
       {"no function code at all", "01", kAll, "", {.SlaveRequestCount = 1}},
       {"register above its limit", "01 06 00 05 00 65", kAll, "01 86 04", {.SlaveRequestCount = 1, .Ex4 = 1}},

@@ -12,6 +12,11 @@ struct DcbCase {
   LineSettings expected;
 };
 
+void PrintTo(const DcbCase& c, std::ostream* out) {
+  *out << c.dcb.baudRate << " baud, flags 0x" << std::hex << c.dcb.flags << std::dec << ", " << int{c.dcb.byteSize}
+       << " bits, parity " << int{c.dcb.parity} << ", stop bits " << int{c.dcb.stopBits};
+}
+
 class DcbReading : public ::testing::TestWithParam<DcbCase> {};
 
 TEST_P(DcbReading, GivesTheLineSettings) { EXPECT_EQ(LineSettingsFromDcb(GetParam().dcb), GetParam().expected); }
@@ -29,7 +34,12 @@ INSTANTIATE_TEST_SUITE_P(
         DcbCase{{1200, 0x3001, 8, 4, 0}, {1200, 8, Parity::Space, StopBits::One, false, RtsControl::Toggle}},
         // Codes out of range; a typed rate stored as it was typed.
         DcbCase{{0, 0x3011, 8, 9, 5}, {0, 8, Parity::None, StopBits::One, true, RtsControl::Toggle}},
-        DcbCase{{0x80000000U, 0x3011, 0, 0, 0}, {0, 0, Parity::None, StopBits::One, true, RtsControl::Toggle}}));
+        DcbCase{{0x80000000U, 0x3011, 0, 0, 0}, {0, 0, Parity::None, StopBits::One, true, RtsControl::Toggle}}),
+    [](const ::testing::TestParamInfo<DcbCase>& info) {
+      const DcbFields& d = info.param.dcb;
+      return "Rate" + std::to_string(d.baudRate) + "Flags" + std::to_string(d.flags) + "Parity" +
+             std::to_string(d.parity) + "Stop" + std::to_string(d.stopBits);
+    });
 
 }  // namespace
 }  // namespace quorvel::platform

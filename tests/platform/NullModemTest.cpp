@@ -36,6 +36,10 @@ struct DamageCase {
   std::uint64_t dropped, flipped, noise;
 };
 
+void PrintTo(const DamageCase& c, std::ostream* out) {
+  *out << "drop " << c.damage.dropEvery << ", flip " << c.damage.flipEvery << ", noise " << c.damage.noiseEvery;
+}
+
 class NullModemDamage : public ::testing::TestWithParam<DamageCase> {};
 
 TEST_P(NullModemDamage, SpoilsEveryNthCharacter) {
@@ -66,7 +70,11 @@ TEST_P(NullModemDamage, SpoilsEveryNthCharacter) {
 INSTANTIATE_TEST_SUITE_P(Kinds, NullModemDamage,
                          ::testing::Values(DamageCase{{4, 0, 0}, 100, 75, 25, 0, 0},
                                            DamageCase{{0, 10, 0}, 100, 100, 0, 10, 0},
-                                           DamageCase{{0, 0, 5}, 100, 120, 0, 0, 20}));
+                                           DamageCase{{0, 0, 5}, 100, 120, 0, 0, 20}),
+                         [](const ::testing::TestParamInfo<DamageCase>& info) {
+                           const DamageOptions& d = info.param.damage;
+                           return std::string(d.dropEvery != 0 ? "Drop" : d.flipEvery != 0 ? "Flip" : "Noise");
+                         });
 
 // Whether each end hears itself is judged by order, not by waiting: the
 // forwarder hands out a character's copies before it takes the next write,
@@ -103,7 +111,10 @@ TEST_P(NullModemEcho, EachEndHearsItselfOnlyWithEchoAndTheOtherEndOnce) {
   EXPECT_EQ(running.modem.Counts(End::B).delivered, answer.size());
 }
 
-INSTANTIATE_TEST_SUITE_P(WithAndWithout, NullModemEcho, ::testing::Bool());
+INSTANTIATE_TEST_SUITE_P(WithAndWithout, NullModemEcho, ::testing::Bool(),
+                         [](const ::testing::TestParamInfo<bool>& info) {
+                           return std::string(info.param ? "Echo" : "NoEcho");
+                         });
 
 }  // namespace
 }  // namespace quorvel::platform

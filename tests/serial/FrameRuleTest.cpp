@@ -80,6 +80,9 @@ TEST(FrameRuleTest, MasterFindsTheAnswerWhereverItStarts) {
                   {"another slave's", Sealed({0x02, 0x03, 0x02, 0x00, 0x01}), FrameKind::None, 0, 0},
                   {"another function's", Sealed({0x01, 0x04, 0x02, 0x00, 0x01}), FrameKind::None, 0, 0},
                   {"CRC broken", Join({Bytes(kAnswer.begin(), kAnswer.end() - 1), {0x00}}), FrameKind::None, 0, 0},
+                  {"the longest a frame may be: 256 bytes", Sealed(Join({{0x01, 0x03, 251}, Bytes(251, 0x5A)})),
+                   FrameKind::Awaited, 0, 256},
+                  {"one byte longer", Sealed(Join({{0x01, 0x03, 252}, Bytes(252, 0x5A)})), FrameKind::None, 0, 0},
               });
 }
 

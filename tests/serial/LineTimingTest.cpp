@@ -4,7 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "SerialTestSupport.h"
+#include "serial/OverlappedRead.h"
 
 namespace quorvel::test {
 namespace {
@@ -226,6 +229,75 @@ TEST(LineTimingTest, EchoIsRemoved) {
     }
   }
 }
+
+// A line that hands over what a test queued, all of it at the next read.
+struct QueuedLine final : platform::SerialLine {
+  Bytes queued;
+  platform::OpenFailure Open(const platform::LineSettings&) override { return {}; }
+  void Close() override {}
+  bool IsOpen() const override { return true; }
+  platform::IoResult Write(std::span<const std::uint8_t> bytes) override { return {bytes.size()}; }
+  platform::IoResult ReadAvailable(std::span<std::uint8_t> into) override {
+    const std::size_t n = std::min(into.size(), queued.size());
+    std::copy_n(queued.begin(), n, into.begin());
+    queued.erase(queued.begin(), queued.begin() + static_cast<std::ptrdiff_t>(n));
+    return {n};
+  }
+  std::size_t BytesAvailable() override { return queued.size(); }
+  std::size_t OutputQueued() override { return 0; }
+  void Purge(platform::PurgeWhat) override { queued.clear(); }
+  bool IsGone() const override { return false; }
+};
+
+// Every time limit of a read on its exact edge: the bytes come at 0 ms and
+// nothing after; the read must still run a hair before `endsMs` and be over
+// at `endsMs` itself, or, where the gap must be longer than the interval,
+// still run at `endsMs` and be over a microsecond on.
+struct ReadEdge {
+  const char* name;
+  bool framed;
+  CommTimeouts timeouts;  // a timed read's
+  double silenceMs;       // a framed read's
+  Bytes bytes;
+  double endsMs;
+  bool onTheDot;
+};
+
+void PrintTo(const ReadEdge& edge, std::ostream* out) { *out << edge.name; }
+
+class ReadEdgeTest : public ::testing::TestWithParam<ReadEdge> {};
+
+TEST_P(ReadEdgeTest, EndsExactlyAtItsLimit) {
+  const ReadEdge& edge = GetParam();
+  const FrameRule rule = FrameRule::AnswerFrom(1, 3);
+  std::array<std::uint8_t, 10> buffer{};
+  QueuedLine line;
+  line.queued = edge.bytes;
+  OverlappedRead read;
+  if (edge.framed)
+    read.StartFramed(buffer, rule, edge.silenceMs, 0);
+  else
+    read.Start(buffer, edge.timeouts, 0);
+  EXPECT_EQ(read.Poll(line, 0), OverlappedRead::Progress::Pending);
+  EXPECT_EQ(read.Poll(line, edge.endsMs - 1e-6), OverlappedRead::Progress::Pending);
+  const double over = edge.onTheDot ? edge.endsMs : edge.endsMs + 1e-3;
+  EXPECT_DOUBLE_EQ(read.DeadlineMs(), over) << "the loop must wake when the read ends";
+  if (!edge.onTheDot) {
+    EXPECT_EQ(read.Poll(line, edge.endsMs), OverlappedRead::Progress::Pending);
+  }
+  EXPECT_EQ(read.Poll(line, over), OverlappedRead::Progress::Complete);
+  EXPECT_EQ(read.Received(), edge.bytes.size());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    OverlappedRead, ReadEdgeTest,
+    ::testing::Values(
+        ReadEdge{"GapLongerThanTheInterval", false, {32, 0, 0}, 0, {0x01}, 32, false},
+        ReadEdge{"TotalTimeOnTheDot", false, {0, 1, 100}, 0, {}, 110, true},
+        ReadEdge{"FirstCharacterWaitOnTheDot", false, {kMaxDword, kMaxDword, 50}, 0, {}, 50, true},
+        ReadEdge{"SilenceAfterBytesThatBeginNoFrame", true, {}, 2, {0x00, 0x00}, 2, true},
+        ReadEdge{"SilenceAndAllowanceAfterACutFrame", true, {}, 2, {0x01, 0x03}, 2 + kLatencyAllowanceMs, true}),
+    [](const ::testing::TestParamInfo<ReadEdge>& info) { return std::string(info.param.name); });
 
 // Our slave on a busy bus: requests to others and other slaves' answers are
 // passed over, requests to us 5 ms apart are each answered, and with Echo set
