@@ -103,6 +103,15 @@ bool SaveSession(frmQuorvelMain& frame, const std::string& file, const CodePage&
     return false;
   }
   frame.Globals().SessionChanged = false;
+  // A quick poll's project lives in a folder of this run's own, which the
+  // system empties sooner or later: the session would open nothing there.
+  for (const auto& window : frame.Devices()) {
+    const QuickPollSource* poll = frame.QuickPollOf(*window);
+    if (poll && window->ProjectFile() == poll->file)
+      frame.MsgBox(file + " names " + poll->file +
+                   ", a quick poll's temporary project: save the window with Save project as... and the session again "
+                   "to keep the poll for another time.");
+  }
   return true;
 }
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "SessionTestSupport.h"
+#include "app/QuickPollWindow.h"
 #include "app/Session.h"
 #include "app/SessionFile.h"
 #include "serial/clsCOM.h"
@@ -258,6 +259,30 @@ TEST(Session, ANameOutsideTheCodePageIsNotSavedAndTheOldFileStays) {
   ASSERT_TRUE(LoadSession(back.frame, file, cyrillic));
   ASSERT_EQ(back.frame.Devices().size(), 1U);
   EXPECT_EQ(back.frame.Devices()[0]->ProjectFile(), project);
+}
+
+// A quick poll not saved as a project is named by its temporary file: the
+// session is written, and the user is told how to keep the poll.
+TEST(Session, AQuickPollNotSavedAsAProjectIsPointedOut) {
+  TempDir dir;
+  const std::string file = dir.Make("s.qvs");
+  TestFrame t;
+  QuickPollTarget target;
+  target.poll = {3, 0, 2, "int16", 1000};
+  std::string error;
+  frmQuorvel* poll = OpenQuickPoll(t.frame, target, error);
+  ASSERT_NE(poll, nullptr) << error;
+  t.messages.clear();  // the port here opens nothing
+  ASSERT_TRUE(SaveSession(t.frame, file));
+  ASSERT_EQ(t.messages.size(), 1U);
+  EXPECT_NE(t.messages[0].find(poll->ProjectFile() + ", a quick poll's temporary project"), std::string::npos)
+      << t.messages[0];
+  // Once saved as a project, the session names that file and says nothing.
+  const std::string saved = dir.Make("Poll.qvc");
+  ASSERT_TRUE(SaveProjectAs(*poll, saved, error)) << error;
+  t.messages.clear();
+  ASSERT_TRUE(SaveSession(t.frame, file));
+  EXPECT_TRUE(t.messages.empty()) << t.messages.front();
 }
 
 // A damaged session opens what comes before the damage: the complete port
