@@ -53,8 +53,8 @@ TEST(QuickPollTest, RefusesPollsThatCannotBeMade) {
 
 // "HR 0:int16 1:int32/sw IR 0:int16": a table's name, then its rows, each an
 // address and a type.
-std::vector<RegisterRow> Rows(const std::string& spec) {
-  std::istringstream in(spec);
+std::vector<RegisterRow> Rows(const std::string& text) {
+  std::istringstream in(text);
   std::string table, item;
   std::vector<RegisterRow> rows;
   while (in >> item) {
@@ -76,7 +76,7 @@ std::vector<RegisterRow> Rows(const std::string& spec) {
 }
 
 // The same notation back, tables named where they change.
-std::string Spec(const std::vector<RegisterRow>& rows) {
+std::string RowsText(const std::vector<RegisterRow>& rows) {
   std::string out, table;
   for (const RegisterRow& row : rows) {
     if (TableNameOf(row.code) != table) {
@@ -112,11 +112,11 @@ TEST_P(RetypeTest, ChangesTheListAsTheMenuPromises) {
   if (!c.after) {
     EXPECT_FALSE(done);
     EXPECT_NE(error.find(c.why), std::string::npos) << error;
-    EXPECT_EQ(Spec(rows), Spec(Rows(c.before))) << "a refused change leaves the list as it was";
+    EXPECT_EQ(RowsText(rows), RowsText(Rows(c.before))) << "a refused change leaves the list as it was";
     return;
   }
   ASSERT_TRUE(done) << error;
-  EXPECT_EQ(Spec(rows), Spec(Rows(c.after)));
+  EXPECT_EQ(RowsText(rows), RowsText(Rows(c.after)));
   // What is left still makes a project whose reads cover every value.
   ListProjectOptions options;
   EXPECT_NO_THROW(BuildListProject(rows, options, CodePage::Default()));
