@@ -3,13 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include <nlohmann/json.hpp>
-#include <thread>
-
 #include "CliTestSupport.h"
-#include "SessionTestSupport.h"
 #include "app/CodePageSetting.h"
-#include "platform/NullModem.h"
 #include "project/ProjectWriter.h"
 
 namespace quorvel {
@@ -69,13 +64,8 @@ TEST(CodePageSetting, AProjectIn1251ShowsItsTextsAndFindsItsRequest) {
   ASSERT_NE(window, nullptr);
   EXPECT_EQ(window->UserMenuCaption[1], "\xD0\xA1\xD0\xB5\xD1\x80\xD0\xB2\xD0\xB8\xD1\x81");  // Сервис
 
-  platform::NullModem modem;
-  std::thread line([&] { modem.Run(); });
-  const cli::CliRun run = cli::RunCli({"run", "--map", "COM1=" + modem.Path(platform::End::A), "--seconds", "0.05",
-                                       "--codepage", "1251", "--user-request", "\xD0\xA1\xD0\xB1\xD1\x80\xD0\xBE\xD1\x81",
-                                       project});
-  modem.Stop();
-  line.join();
+  const cli::CliRun run = cli::RunCliOnModem("run", {"--seconds", "0.05", "--codepage", "1251", "--user-request",
+                                                     "\xD0\xA1\xD0\xB1\xD1\x80\xD0\xBE\xD1\x81", project});
   ASSERT_EQ(run.status, 0) << run.err;
   EXPECT_EQ(run.err.find("has no user request"), std::string::npos) << run.err;
   const cli::CliRun refused = cli::RunCli({"run", "--codepage", "437", project});

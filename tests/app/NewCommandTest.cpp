@@ -4,26 +4,13 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <nlohmann/json.hpp>
 
 #include "CliTestSupport.h"
-#include "SessionTestSupport.h"
 
 namespace quorvel::cli {
 namespace {
 
-class NewCommand : public ::testing::Test {
- protected:
-  std::string Path(const std::string& name) const { return (dir_.path() / name).string(); }
-  nlohmann::json Dump(const std::string& path) {
-    const CliRun dumped = RunCli({"dump", path});
-    EXPECT_EQ(dumped.status, 0) << dumped.err;
-    EXPECT_EQ(dumped.err, "");
-    return nlohmann::json::parse(dumped.out);
-  }
-
-  quorvel::testing::TempDir dir_;
-};
+using NewCommand = CliFolder;
 
 TEST_F(NewCommand, BuildsALoadableProjectFromAList) {
   quorvel::testing::WriteBytes(Path("pump.csv"),

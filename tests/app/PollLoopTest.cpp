@@ -7,20 +7,13 @@
 #include <limits>
 #include <thread>
 
-#include "SessionTestSupport.h"
+#include "CliTestSupport.h"
 #include "app/PollLoop.h"
 #include "app/cli/HeadlessFrame.h"
 #include "platform/NullModem.h"
 
 namespace quorvel {
 namespace {
-
-std::string Shown(frmQuorvel& window, const std::string& label) {
-  const auto state = cli::WindowState(window);
-  for (const auto& value : state["values"])
-    if (value["label"] == label) return value["text"];
-  return "(no " + label + ")";
-}
 
 TEST(PollLoop, CompletesTransactionsWakingOnlyForBytesAndDeadlines) {
   platform::NullModem modem(platform::NullModemOptions{.baudRate = 19200, .damage = {}});
@@ -56,7 +49,7 @@ TEST(PollLoop, CompletesTransactionsWakingOnlyForBytesAndDeadlines) {
   EXPECT_EQ(c.RequestCount, 4);
   EXPECT_EQ(c.TOErr + c.DtErr + c.PtyErr + c.CRCErr + c.FrErr, 0) << master.lblStatistic();
   EXPECT_EQ(slave.Counters().SlaveRequestCount, 4);
-  EXPECT_EQ(Shown(master, "HR0013"), "2A51h");
+  EXPECT_EQ(cli::Shown(cli::WindowState(master), "HR0013"), "2A51h");
 }
 
 }  // namespace

@@ -7,19 +7,13 @@
 #include <filesystem>
 
 #include "CliTestSupport.h"
-#include "SessionTestSupport.h"
 
 namespace quorvel::cli {
 namespace {
 
 const std::string kSample = QUORVEL_TEST_DATA "/../../samples/Coriolis.json";
 
-class ProjectCommands : public ::testing::Test {
- protected:
-  std::string Path(const std::string& name) const { return (dir_.path() / name).string(); }
-
-  quorvel::testing::TempDir dir_;
-};
+using ProjectCommands = CliFolder;
 
 TEST_F(ProjectCommands, BuildThenDumpThenBuildGivesTheSameBytes) {
   const CliRun built = RunCli({"build", kSample, "-o", Path("a.qvc")});

@@ -4,54 +4,29 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <nlohmann/json.hpp>
-#include <thread>
 
 #include "CliTestSupport.h"
-#include "SessionTestSupport.h"
 #include "app/DefaultPlacement.h"
 #include "app/Session.h"
 #include "app/SessionFile.h"
-#include "platform/NullModem.h"
 
 namespace quorvel::cli {
 namespace {
 
 namespace fs = std::filesystem;
 
-std::string Shown(const nlohmann::json& window, const std::string& label) {
-  for (const auto& value : window["values"])
-    if (value["label"] == label) return value["text"];
-  return "(no " + label + ")";
-}
-
 const std::string kSession = std::string(QUORVEL_BIN_DIR) + "/Coriolis.qvs";
 
-// The sample session run over a null-modem line, saved on exit to `saved`
-// in a scratch directory of the test's own.
+// The sample session (or `file`) run over a null-modem line, saved on exit
+// to `saved` in a scratch directory of the test's own.
 struct RunSession : ::testing::Test {
-  const fs::path dir = fs::temp_directory_path() / ("quorvel-run-session-" + std::to_string(getpid()));
-  const fs::path saved = dir / "saved.qvs";
+  testing::TempDir dir;
+  const std::string saved = dir.Make("saved.qvs");
 
-  RunSession() { fs::create_directories(dir); }
-  ~RunSession() override { fs::remove_all(dir); }
-
-  CliRun Run(const std::vector<std::string>& options) {
-    platform::NullModem modem;
-    std::thread line([&] { modem.Run(); });
-    std::vector<std::string> args = {"run",
-                                     "--map",
-                                     "COM1=" + modem.Path(platform::End::A),
-                                     "--map",
-                                     "COM2=" + modem.Path(platform::End::B),
-                                     "--save-session",
-                                     saved.string()};
-    args.insert(args.end(), options.begin(), options.end());
-    args.push_back(kSession);
-    CliRun run = RunCli(args);
-    modem.Stop();
-    line.join();
-    return run;
+  CliRun Run(std::vector<std::string> options, const std::string& file = kSession) {
+    options.insert(options.begin(), {"--save-session", saved});
+    options.push_back(file);
+    return RunCliOnModem("run", options);
   }
 };
 
@@ -81,7 +56,7 @@ TEST_F(RunSession, OpensEveryWindowChoosesUserRequestsAndSavesTheSession) {
   // The saved session opens the same two windows again.
   platform::SystemClock clock;
   frmQuorvelMain frame(clock);
-  ASSERT_TRUE(LoadSession(frame, saved.string()));
+  ASSERT_TRUE(LoadSession(frame, saved));
   ASSERT_EQ(frame.Devices().size(), 2u);
   EXPECT_EQ(frame.Devices()[0]->Mode(), kMaster);
   EXPECT_EQ(frame.Devices()[0]->COM(), 1);
@@ -102,7 +77,7 @@ TEST_F(RunSession, TimingAndEchoOverrideEveryPortTheSessionUses) {
   }
   platform::SystemClock clock;
   frmQuorvelMain frame(clock);
-  ASSERT_TRUE(LoadSession(frame, saved.string()));
+  ASSERT_TRUE(LoadSession(frame, saved));
   for (int com = 1; com <= 3; ++com) {
     EXPECT_EQ(frame.Port(com).Timing, com <= 2 ? LineTiming::Fast : LineTiming::Classic) << com;
     EXPECT_EQ(frame.Port(com).Echo, com <= 2) << com;
@@ -113,14 +88,9 @@ TEST_F(RunSession, TimingAndEchoOverrideEveryPortTheSessionUses) {
 // desktop would give the same windows, so that it opens usable there.
 TEST_F(RunSession, ASavedSessionHasTheDesktopsSizes) {
   const std::string project = std::string(QUORVEL_BIN_DIR) + "/Coriolis.qvc";
-  platform::NullModem modem;
-  std::thread line([&] { modem.Run(); });
-  const CliRun run = RunCli({"run", "--map", "COM1=" + modem.Path(platform::End::A), "--seconds", "0.05",
-                             "--save-session", saved.string(), project});
-  modem.Stop();
-  line.join();
+  const CliRun run = Run({"--seconds", "0.05"}, project);
   ASSERT_EQ(run.status, 0) << run.err;
-  const SessionFile session = ParseSession(testing::ReadBytes(saved.string()));
+  const SessionFile session = ParseSession(testing::ReadBytes(saved));
   EXPECT_EQ(session.Width, 10240);
   EXPECT_EQ(session.Height, 7680);
   ASSERT_EQ(session.Windows.size(), 1u);

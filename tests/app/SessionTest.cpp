@@ -324,6 +324,8 @@ TEST(Session, ADamagedFileOpensWhatComesBeforeTheDamage) {
     bool readWhole = false;
     std::function<void(const frmQuorvelMain&)> fallback = {};
   };
+  const auto com5Baud = [](const frmQuorvelMain& f) { EXPECT_EQ(f.Port(5).dcb.BaudRate, 9600U); };
+  const auto com5Parity = [](const frmQuorvelMain& f) { EXPECT_EQ(f.Port(5).dcb.Parity, 0); };
   const Damage damages[] = {
       {"count too large", replaced(115, "3\r\n"), 16, true, 2, 100,
        "line 140: Input past end of file reading the project file of window 3"},
@@ -340,23 +342,19 @@ TEST(Session, ADamagedFileOpensWhatComesBeforeTheDamage) {
        "line 115: Overflow reading the number of windows, found \"-1\""},
       // Lines 29-35 are COM5's block: ASCII, ASCII8bits, BaudRate, Mode, Parity, flags, StopBits.
       {"baud rate of 0", replaced(31, "0\r\n"), 16, true, 2, 100,
-       "line 31: BaudRate of COM5: a baud rate is 1 to 4000000, not '0'", true,
-       [](const frmQuorvelMain& f) { EXPECT_EQ(f.Port(5).dcb.BaudRate, 9600U); }},
+       "line 31: BaudRate of COM5: a baud rate is 1 to 4000000, not '0'", true, com5Baud},
       {"negative baud rate", replaced(31, "-1\r\n"), 16, true, 2, 100,
-       "line 31: BaudRate of COM5: a baud rate is 1 to 4000000, not '-1'", true,
-       [](const frmQuorvelMain& f) { EXPECT_EQ(f.Port(5).dcb.BaudRate, 9600U); }},
+       "line 31: BaudRate of COM5: a baud rate is 1 to 4000000, not '-1'", true, com5Baud},
       {"baud rate above 4000000", replaced(31, "4000001\r\n"), 16, true, 2, 100,
-       "line 31: BaudRate of COM5: a baud rate is 1 to 4000000, not '4000001'", true,
-       [](const frmQuorvelMain& f) { EXPECT_EQ(f.Port(5).dcb.BaudRate, 9600U); }},
+       "line 31: BaudRate of COM5: a baud rate is 1 to 4000000, not '4000001'", true, com5Baud},
       // A port's mode follows the windows that open on it, so COM7, which has none.
       {"port mode 4", replaced(46, "4\r\n"), 16, true, 2, 100,
        "line 46: Mode of COM7: a mode is 0 (none) to 3, not '4'", true,
        [](const frmQuorvelMain& f) { EXPECT_EQ(f.Port(7).Mode, 0); }},
       {"parity 5", replaced(33, "5\r\n"), 16, true, 2, 100, "line 33: Parity of COM5: a parity is 0 to 4, not '5'",
-       true, [](const frmQuorvelMain& f) { EXPECT_EQ(f.Port(5).dcb.Parity, 0); }},
+       true, com5Parity},
       {"parity past a byte", replaced(33, "300\r\n"), 16, true, 2, 100,
-       "line 33: Parity of COM5: a parity is 0 to 4, not '300'", true,
-       [](const frmQuorvelMain& f) { EXPECT_EQ(f.Port(5).dcb.Parity, 0); }},
+       "line 33: Parity of COM5: a parity is 0 to 4, not '300'", true, com5Parity},
       {"stop bits 3", replaced(35, "3\r\n"), 16, true, 2, 100,
        "line 35: StopBits of COM5: stop bits are 0 to 2, not '3'", true,
        [](const frmQuorvelMain& f) { EXPECT_EQ(f.Port(5).dcb.StopBits, 0); }},

@@ -13,12 +13,7 @@ namespace {
 
 class DeviceState : public ::testing::Test {
  protected:
-  std::unique_ptr<frmQuorvel> NewWindow() {
-    TestProject p;
-    auto window = std::make_unique<frmQuorvel>(host);
-    Load(*window, p);
-    return window;
-  }
+  std::unique_ptr<frmQuorvel> NewWindow() { return Loaded(host, TestProject{}); }
   // The checked port items, as "3" or "" for none.
   static std::string Checked(const frmQuorvel& w) {
     std::string checked;

@@ -22,8 +22,7 @@ TestProject Coriolis() {
 }
 
 std::unique_ptr<frmQuorvel> NewWindow(FakeHost& host) {
-  auto w = std::make_unique<frmQuorvel>(host);
-  Load(*w, Coriolis());
+  auto w = Loaded(host, Coriolis());
   w->LastRequest = w->Requests[0];
   return w;
 }
@@ -39,6 +38,7 @@ TEST(Caption, NamesProjectModeAddressAndPort) {
     std::uint8_t stopBits, parity;
     bool ascii, ascii8;
     const char* caption;
+    const char* path = nullptr;  // the port mapped to it, not by default
   };
   const Case cases[] = {
       {kMaster, 1, 1, PortEntry::kOpen, true, 9600, 0, 0, false, false,
@@ -51,10 +51,16 @@ TEST(Caption, NamesProjectModeAddressAndPort) {
       {kMaster, 3, 5, PortEntry::kOpen, true, 4800, 1, 3, false, false,
        "Coriolis Master ID:3 Connected: COM5  48008 RTU"},
       {kMaster, 1, 0, PortEntry::kOpen, true, 9600, 0, 0, false, false, "Coriolis Master ID:1"},
+      // A network address stands in for the line settings; another serial line does not.
+      {kMaster, 1, 3, PortEntry::kOpen, true, 9600, 0, 0, false, false,
+       "Coriolis Master ID:1 Connected: COM3  mbtcp://127.0.0.1:502", "mbtcp://127.0.0.1:502"},
+      {kMaster, 1, 4, PortEntry::kOpen, true, 9600, 0, 0, false, false,
+       "Coriolis Master ID:1 Connected: COM4  9600-1-n-8 RTU", "/dev/ttyUSB0"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.caption);
     FakeHost host;
+    if (c.path) host.paths[c.com] = c.path;
     auto w = NewWindow(host);
     w->SetMode(c.mode);
     w->SetID(c.id);
@@ -74,49 +80,27 @@ TEST(Caption, NamesProjectModeAddressAndPort) {
   }
 }
 
-TEST(Caption, NetworkPortShowsItsAddressInsteadOfLineSettings) {
-  FakeHost host;
-  host.paths[3] = "mbtcp://127.0.0.1:502";
-  host.paths[4] = "/dev/ttyUSB0";
-  auto w = NewWindow(host);
-  w->SetMode(kMaster);
-  w->SetConnected(true);
-  for (int com : {3, 4}) {
-    host.ports[static_cast<std::size_t>(com)].State = PortEntry::kOpen;
-    host.ports[static_cast<std::size_t>(com)].dcb.BaudRate = 9600;
-  }
-  w->SetCOM(3);
-  w->ShowCaption();
-  EXPECT_EQ(w->Caption(), "Coriolis Master ID:1 Connected: COM3  mbtcp://127.0.0.1:502");
-  w->SetCOM(4);
-  w->ShowCaption();
-  EXPECT_EQ(w->Caption(), "Coriolis Master ID:1 Connected: COM4  9600-1-n-8 RTU");
-}
-
 enum class Event { Good, Timeout, Parity, Frame, Crc, Data, Ex1, Ex2, Ex3 };
 
 void Happen(frmQuorvel& w, Event e) {
-  constexpr std::int32_t kExpected = kAnswerExpected, kOtherLength = kAnswerOtherLength, kTimeout = kAnswerTimeout,
-                         kParity = kAnswerParity;
   switch (e) {
     case Event::Good:
-      return Answer(w, kExpected, {1, 3, 2, 0x00, 0x05});
+      return Answer(w, kAnswerExpected, {1, 3, 2, 0x00, 0x05});
     case Event::Timeout:
-      return Answer(w, kTimeout);
+      return Answer(w, kAnswerTimeout);
     case Event::Parity:
-      return Answer(w, kParity);
+      return Answer(w, kAnswerParity);
     case Event::Frame:
-      return Answer(w, kOtherLength, {1, 3, 2, 0x00, 0x05, 0x00});
+      return Answer(w, kAnswerOtherLength, {1, 3, 2, 0x00, 0x05, 0x00});
     case Event::Crc:
-      return Answer(w, kExpected, {1, 3, 2, 0x00, 0x05}, false);
+      return Answer(w, kAnswerExpected, {1, 3, 2, 0x00, 0x05}, false);
     case Event::Data:
-      return Answer(w, kExpected, {1, 3, 4, 0x00, 0x05});  // byte count does not fit the request
+      return Answer(w, kAnswerExpected, {1, 3, 4, 0x00, 0x05});  // byte count does not fit the request
     case Event::Ex1:
-      return Answer(w, kOtherLength, {1, 0x83, 1});
     case Event::Ex2:
-      return Answer(w, kOtherLength, {1, 0x83, 2});
-    case Event::Ex3:
-      return Answer(w, kOtherLength, {1, 0x83, 3});
+    case Event::Ex3:  // exception codes 1 to 3
+      const auto code = static_cast<std::uint8_t>(static_cast<int>(e) - static_cast<int>(Event::Ex1) + 1);
+      return Answer(w, kAnswerOtherLength, {1, 0x83, code});
   }
 }
 

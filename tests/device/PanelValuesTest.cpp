@@ -15,12 +15,6 @@ namespace {
 
 constexpr double kUnset = -1;  // every element's default: shows which ones a response reached
 
-std::unique_ptr<frmQuorvel> NewWindow(FakeHost& host, const TestProject& project) {
-  auto w = std::make_unique<frmQuorvel>(host);
-  Load(*w, project);
-  return w;
-}
-
 // The element of `table` at position `i` in project order.
 const CtrlProp& At(const frmQuorvel& w, Table table, std::size_t i) { return *w.ElementsOf(table).at(i).element; }
 
@@ -64,7 +58,7 @@ TEST(StoreResponseData, RegistersGoToTheElementsOfTheRequestsTable) {
   for (const Case& c : {Case{3, true, false}, Case{4, false, true}, Case{16, false, false}}) {
     SCOPED_TRACE(c.func);
     FakeHost host;
-    auto w = NewWindow(host, Registers());
+    auto w = Loaded(host, Registers());
     Store(*w, Request(c.func, 10, 4), frame);
 
     const auto& holding = w->HoldingElements;
@@ -113,7 +107,7 @@ TEST(EmulatedValueStep, StepsOrRampsThroughThePeriodInThirds) {
   for (const Case& c : cases) {
     SCOPED_TRACE(::testing::Message() << "connected at " << c.connectTime << ", " << c.elapsed << " ms later");
     FakeHost host;
-    auto w = NewWindow(host, p);
+    auto w = Loaded(host, p);
     w->SetMode(kSlave);
     w->SetCOM(1);
     host.now = c.connectTime;

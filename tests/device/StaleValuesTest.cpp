@@ -18,16 +18,11 @@ std::unique_ptr<frmQuorvel> NewWindow(FakeHost& host) {
   TestProject p;
   p.elements = {Box(0x00000000), Box(0x00000001), Box(0x00000005)};
   p.requests = {Read(3, 0, 2), Read(3, 5, 1), WriteOne(5, 7)};
-  auto w = std::make_unique<frmQuorvel>(host);
-  Load(*w, p);
-  return w;
+  return Loaded(host, p);
 }
 
-CtrlProp& Element(frmQuorvel& w, std::uint32_t address) {
-  for (const auto& [key, element] : w.HoldingElements)
-    if ((element->Address() & 0xFFFF) == address) return *element;
-  throw std::runtime_error("no such element");
-}
+// Holding register `address`, an Integer.
+CtrlProp& Element(frmQuorvel& w, std::uint32_t address) { return *ElementAt(w, address); }
 
 enum class Reply { Good, Timeout, Exception, BadCrc, OtherSlave };
 
@@ -83,7 +78,8 @@ TEST(StaleValues, FailedAnswerMarksWhatItsRequestReadsUntilAGoodOne) {
       {"exception answer", {{1, Exception}}, {false, false, true}},
       {"checksum error", {{1, BadCrc}}, {false, false, true}},
       {"another slave's answer is no failure", {{0, OtherSlave}}, {false, false, false}},
-      {"a write reads nothing, so neither marks nor clears", {{1, Timeout}, {2, Good}, {2, Timeout}},
+      {"a write reads nothing, so neither marks nor clears",
+       {{1, Timeout}, {2, Good}, {2, Timeout}},
        {false, false, true}},
   };
   for (const Case& c : cases) {

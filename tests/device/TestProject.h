@@ -5,13 +5,13 @@
 // which a window loads it the way the program does.
 
 #include <cstdint>
-#include <cstdlib>
-#include <filesystem>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "../app/SessionTestSupport.h"
 #include "device/frmQuorvel.h"
 #include "project/ProjectFile.h"
 #include "project/ProjectRecords.h"
@@ -90,25 +90,15 @@ struct TestProject {
 // with this object.
 class ProjectOnDisk {
  public:
-  explicit ProjectOnDisk(const TestProject& project) {
-    std::string folder = (std::filesystem::temp_directory_path() / "quorvel-device-XXXXXX").string();
-    if (!mkdtemp(folder.data())) throw std::runtime_error("no temporary folder");
-    folder_ = folder;
-    path_ = (folder_ / (project.name + ".qvc")).string();
+  explicit ProjectOnDisk(const TestProject& project) : path_(folder_.Make(project.name + ".qvc")) {
     std::string error;
     if (!SaveProjectBytes(path_, WriteProject(project.File()), error)) throw std::runtime_error(error);
   }
-  ~ProjectOnDisk() {
-    std::error_code ec;
-    std::filesystem::remove_all(folder_, ec);
-  }
-  ProjectOnDisk(const ProjectOnDisk&) = delete;
-  ProjectOnDisk& operator=(const ProjectOnDisk&) = delete;
 
   const std::string& path() const { return path_; }
 
  private:
-  std::filesystem::path folder_;
+  TempDir folder_;
   std::string path_;
 };
 
@@ -116,6 +106,21 @@ class ProjectOnDisk {
 inline void Load(frmQuorvel& window, const TestProject& project) {
   const ProjectOnDisk file(project);
   if (!window.SetProjectFile(file.path())) throw std::runtime_error("test project did not load");
+}
+
+// A window of its own on `host` with the project loaded.
+inline std::unique_ptr<frmQuorvel> Loaded(DeviceHost& host, const TestProject& project) {
+  auto window = std::make_unique<frmQuorvel>(host);
+  Load(*window, project);
+  return window;
+}
+
+// The element bound to the whole address code `address`, in whichever table holds it.
+inline std::shared_ptr<CtrlProp> ElementAt(const frmQuorvel& window, std::uint32_t address) {
+  for (Table table : {Table::Holding, Table::Coil, Table::InputReg, Table::Discrete})
+    for (const FiledElement& filed : window.ElementsOf(table))
+      if (filed.element->Address() == address) return filed.element;
+  throw std::out_of_range("no element at this address");
 }
 
 }  // namespace quorvel::testing

@@ -104,13 +104,11 @@ TEST(Decimation, EveryBucketKeepsItsExtremesAndTheCountIsBounded) {
 
 TEST(TrendRing, NearestPointInTime) {
   const TrendSeries s = Of({{0, 5}, {10, -2}, {20, 7}, {30, 1}});
-  TrendPoint p;
-  ASSERT_TRUE(s.Nearest(14, p));
-  EXPECT_EQ(p.ms, 10);
-  ASSERT_TRUE(s.Nearest(16, p));
-  EXPECT_EQ(p.ms, 20);
-  ASSERT_TRUE(s.Nearest(100, p));
-  EXPECT_EQ(p.ms, 30);
+  for (const auto& [at, nearest] : {std::pair{14, 10}, {16, 20}, {100, 30}}) {
+    TrendPoint p;
+    ASSERT_TRUE(s.Nearest(at, p)) << at;
+    EXPECT_EQ(p.ms, nearest) << at;
+  }
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <memory>
 #include <regex>
 #include <sstream>
@@ -87,9 +86,7 @@ std::unique_ptr<frmQuorvel> Window(FakeHost& host) {
                 BoxAt(0x00000003, 1200),      CaptionAt("Pressure, abs.", 1600),
                 BoxAt(0x01000004, 1600)};
   p.requests = {Read(3, 0, 5), Read(3, 4, 1)};
-  auto w = std::make_unique<frmQuorvel>(host);
-  Load(*w, p);
-  return w;
+  return Loaded(host, p);
 }
 
 TEST(ValueColumnsOfPanel, NamedByTheCaptionBesideElseTheAddress) {
@@ -129,13 +126,9 @@ TEST(ValueColumnsOfPanel, CellsHoldTheNumberTheValueShows) {
   frmQuorvel w(host);
   Load(w, p);
   for (const Case& c : cases) {
-    for (Table table : {Table::Holding, Table::Coil})
-      for (const auto& filed : w.ElementsOf(table)) {
-        if (filed.element->Address() != c.address) continue;
-        filed.element->SetData(c.data);
-        EXPECT_DOUBLE_EQ(ShownNumber(*filed.element), c.number)
-            << c.name << ": shown " << filed.element->rCtrl()->Caption();
-      }
+    CtrlProp& element = *ElementAt(w, c.address);
+    element.SetData(c.data);
+    EXPECT_DOUBLE_EQ(ShownNumber(element), c.number) << c.name << ": shown " << element.rCtrl()->Caption();
   }
 }
 
@@ -155,13 +148,6 @@ void Fail(frmQuorvel& w, std::size_t r) {
   Answer(w, kAnswerTimeout);
 }
 
-std::string Read(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
 // The rows after the header, each without its time.
 std::vector<std::string> Cells(const std::string& text) {
   std::vector<std::string> rows;
@@ -174,26 +160,16 @@ std::vector<std::string> Cells(const std::string& text) {
 
 class ValueLogFile : public ::testing::Test {
  protected:
-  void SetUp() override {
-    std::string folder = (std::filesystem::temp_directory_path() / "quorvel-log-XXXXXX").string();
-    ASSERT_TRUE(mkdtemp(folder.data()));
-    folder_ = folder;
-    path_ = (folder_ / "values.csv").string();
-  }
-  void TearDown() override {
-    window_.reset();
-    std::filesystem::remove_all(folder_);
-  }
   frmQuorvel& Start(bool everyAnswer) {
     window_ = Window(host_);
     EXPECT_TRUE(window_->StartValueLog(path_, everyAnswer, clock_));
     return *window_;
   }
 
+  TempDir folder_;
+  const std::string path_ = folder_.Make("values.csv");
   FakeHost host_;
   platform::ManualClock clock_;
-  std::filesystem::path folder_;
-  std::string path_;
   std::unique_ptr<frmQuorvel> window_;
 };
 
@@ -209,7 +185,7 @@ TEST_F(ValueLogFile, RowsForChangesWithFailedReadsEmpty) {
   Reply(w, 0, {124, 7, 1, 2, 0x21});
   w.StopValueLog();
   EXPECT_FALSE(w.menus.mnuLogValues.Checked);
-  const std::string text = Read(path_);
+  const std::string text = ReadBytes(path_);
   EXPECT_EQ(text.substr(0, text.find("\r\n")),
             "time,Flow [kg/h],HR0001,Setpoint HR0002,Setpoint HR0003,\"Pressure, abs.\"");
   // The shown number: k applied to Flow, the hex value as its integer.
@@ -223,28 +199,28 @@ TEST_F(ValueLogFile, EveryAnswerWritesARowEachTime) {
   Reply(w, 0, {1, 2, 3, 4, 5});
   Fail(w, 1);
   w.StopValueLog();
-  EXPECT_EQ(Cells(Read(path_)), (std::vector<std::string>{"0.1,2,3,4,5\r", "0.1,2,3,4,5\r", "0.1,2,3,4,\r"}));
+  EXPECT_EQ(Cells(ReadBytes(path_)), (std::vector<std::string>{"0.1,2,3,4,5\r", "0.1,2,3,4,5\r", "0.1,2,3,4,\r"}));
 }
 
 TEST_F(ValueLogFile, FlushedOnceASecondAndAtTheEnd) {
   frmQuorvel& w = Start(false);
   Reply(w, 0, {1, 2, 3, 4, 5});
   w.ValueLogTick();
-  EXPECT_EQ(Cells(Read(path_)).size(), 0u) << "within the second the row waits";
+  EXPECT_EQ(Cells(ReadBytes(path_)).size(), 0u) << "within the second the row waits";
   clock_.AdvanceMs(999);
   w.ValueLogTick();
-  EXPECT_EQ(Cells(Read(path_)).size(), 0u);
+  EXPECT_EQ(Cells(ReadBytes(path_)).size(), 0u);
   clock_.AdvanceMs(1);
   w.ValueLogTick();
-  EXPECT_EQ(Cells(Read(path_)).size(), 1u);
+  EXPECT_EQ(Cells(ReadBytes(path_)).size(), 1u);
   // A row a full second after the last flush goes out at once.
   clock_.AdvanceMs(5000);
   Reply(w, 0, {2, 2, 3, 4, 5});
-  EXPECT_EQ(Cells(Read(path_)).size(), 2u);
+  EXPECT_EQ(Cells(ReadBytes(path_)).size(), 2u);
   Reply(w, 0, {3, 2, 3, 4, 5});
-  EXPECT_EQ(Cells(Read(path_)).size(), 2u);
+  EXPECT_EQ(Cells(ReadBytes(path_)).size(), 2u);
   w.StopValueLog();
-  EXPECT_EQ(Cells(Read(path_)).size(), 3u);
+  EXPECT_EQ(Cells(ReadBytes(path_)).size(), 3u);
 }
 
 TEST_F(ValueLogFile, AFileThatCannotBeWrittenIsToldAndNothingLogs) {
@@ -252,7 +228,7 @@ TEST_F(ValueLogFile, AFileThatCannotBeWrittenIsToldAndNothingLogs) {
   const struct {
     std::string path;
     const char* why;
-  } cases[] = {{(folder_ / "no" / "such.csv").string(), "No such file or directory"},
+  } cases[] = {{(folder_.path() / "no" / "such.csv").string(), "No such file or directory"},
                {"/dev/full", "No space left on device"}};
   for (const auto& c : cases) {
     host_.boxes.clear();

@@ -6,16 +6,12 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLineEdit>
-#include <QMessageBox>
 #include <QTest>
 
-#include <thread>
-
 #include "../device/FakeHost.h"
+#include "DesktopTestSupport.h"
 #include "app/Settings.h"
-#include "app/qt/MainWindow.h"
 #include "dialogs/qt/COMSettingsDialog.h"
-#include "platform/NullModem.h"
 
 namespace quorvel::testing {
 namespace {
@@ -75,42 +71,34 @@ TEST_F(ComDialogView, ANetworkPathGreysTheLineSettings) {
   EXPECT_TRUE(dialog.cmbBaudRate().isEnabled());
 }
 
-TEST(ComDialogPath, ATypedPathIsKeptInTheSettingsAndUsedAtTheNextOpen) {
-  platform::NullModem modem;
-  std::thread line{[&] { modem.Run(); }};
+using ComDialogPath = ModemDesktop;
+
+TEST_F(ComDialogPath, ATypedPathIsKeptInTheSettingsAndUsedAtTheNextOpen) {
   const std::string path = modem.Path(platform::End::A);
-  platform::SystemClock clock;
-  platform::MemorySettingsStore store;
-  {
-    MainWindow frame(clock, LoadPortMap(store), store);
-    frame.SetMsgBoxSink([](const std::string& text) { ADD_FAILURE() << "message box: " << text; });
-    frame.AskYesNoCancel = [](const QString&, const QString&) { return int{QMessageBox::No}; };
-    frame.Load(std::string(QUORVEL_BIN_DIR) + "/Coriolis.qvc");
-    frmQuorvel& window = *frame.Devices().front();
-    frame.Command([&] { window.mnuCOM_Click(7); });
-    ASSERT_EQ(window.COM(), 7);
+  frame = NewFrame(LoadPortMap(store));
+  frame->Load(std::string(QUORVEL_BIN_DIR) + "/Coriolis.qvc");
+  frmQuorvel& window = *frame->Devices().front();
+  frame->Command([&] { window.mnuCOM_Click(7); });
+  ASSERT_EQ(window.COM(), 7);
 
-    frmCOMSettings model(frame);
-    COMSettingsDialog dialog(model);
-    dialog.ShowForm(7);
-    EXPECT_EQ(dialog.cmbPath().currentText().toStdString(), "/dev/ttyUSB2");
-    QLineEdit& edit = *dialog.cmbPath().lineEdit();
-    edit.setFocus();
-    edit.selectAll();
-    QTest::keyClicks(&edit, QString::fromStdString(path));
-    EXPECT_EQ(frame.PortPath(7), "/dev/ttyUSB2") << "nothing changes before OK";
-    QTest::keyClick(&edit, Qt::Key_Return);
-    ASSERT_EQ(dialog.result(), QDialog::Accepted);
+  frmCOMSettings model(*frame);
+  COMSettingsDialog dialog(model);
+  dialog.ShowForm(7);
+  EXPECT_EQ(dialog.cmbPath().currentText().toStdString(), "/dev/ttyUSB2");
+  QLineEdit& edit = *dialog.cmbPath().lineEdit();
+  edit.setFocus();
+  edit.selectAll();
+  QTest::keyClicks(&edit, QString::fromStdString(path));
+  EXPECT_EQ(frame->PortPath(7), "/dev/ttyUSB2") << "nothing changes before OK";
+  QTest::keyClick(&edit, Qt::Key_Return);
+  ASSERT_EQ(dialog.result(), QDialog::Accepted);
 
-    // Where quorvel-cli and the next run read it.
-    EXPECT_EQ(LoadPortMap(store).Path(7), path);
-    EXPECT_EQ(frame.PortPath(7), path);
-    frame.Command([&] { window.mnuConnect_Click(); });
-    EXPECT_EQ(frame.Port(7).State, PortEntry::kOpen);
-    EXPECT_TRUE(frame.close());
-  }
-  modem.Stop();
-  line.join();
+  // Where quorvel-cli and the next run read it.
+  EXPECT_EQ(LoadPortMap(store).Path(7), path);
+  EXPECT_EQ(frame->PortPath(7), path);
+  frame->Command([&] { window.mnuConnect_Click(); });
+  EXPECT_EQ(frame->Port(7).State, PortEntry::kOpen);
+  EXPECT_TRUE(frame->close());
 }
 
 }  // namespace

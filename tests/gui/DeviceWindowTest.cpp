@@ -10,6 +10,7 @@
 #include <stdexcept>
 
 #include "../device/FakeHost.h"
+#include "../device/TestProject.h"
 #include "app/qt/DeviceWindow.h"
 #include "device/PanelReading.h"
 
@@ -32,10 +33,7 @@ struct SampleWindow : ::testing::Test {
   }
 
   ControlView& ValueOf(std::uint32_t address) {
-    for (Table table : {Table::Holding, Table::Coil, Table::InputReg, Table::Discrete})
-      for (const FiledElement& filed : window.ElementsOf(table))
-        if (filed.element->Address() == address) return *view->Panel().ViewOf("Tbd", filed.element->rCtrl()->Index());
-    throw std::out_of_range("no element");
+    return *view->Panel().ViewOf("Tbd", ElementAt(window, address)->rCtrl()->Index());
   }
 
   // The label beside the value that has the keyboard now.

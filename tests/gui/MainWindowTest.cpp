@@ -11,60 +11,28 @@
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMenuBar>
-#include <QMessageBox>
 #include <QTemporaryDir>
 #include <QTest>
-#include <thread>
 
+#include "DesktopTestSupport.h"
 #include "MenuTestSupport.h"
 #include "WaitSupport.h"
 #include "app/qt/DeviceWindow.h"
-#include "app/qt/MainWindow.h"
 #include "device/qt/TrendWindow.h"
-#include "platform/NullModem.h"
 
 namespace quorvel {
 namespace {
 
-std::string ValueText(DeviceWindow& view, const char* label) {
-  for (Table table : {Table::Holding, Table::Coil})
-    for (const auto& filed : view.Core().ElementsOf(table))
-      if (filed.element->AddressCaption() == label) return filed.element->rCtrl()->Caption();
-  return "(no " + std::string(label) + ")";
-}
-
-struct Desktop : ::testing::Test {
-  platform::NullModem modem;
-  std::thread line{[this] { modem.Run(); }};
-  platform::SystemClock clock;
-  platform::MemorySettingsStore store;
-  std::unique_ptr<MainWindow> frame;
-  std::vector<QString> asked;
-  int answer = QMessageBox::No;
-
+// The sample session: a Master on COM1, a Slave on COM2.
+struct Desktop : ModemDesktop {
   void SetUp() override {
-    platform::PortMap ports;
-    ports.ApplyOverride("COM1=" + modem.Path(platform::End::A));
-    ports.ApplyOverride("COM2=" + modem.Path(platform::End::B));
-    frame = std::make_unique<MainWindow>(clock, ports, store);
-    frame->AskYesNoCancel = [this](const QString& text, const QString& title) {
-      asked.push_back(title + ": " + text);
-      return answer;
-    };
-    frame->SetMsgBoxSink([](const std::string& text) { ADD_FAILURE() << "message box: " << text; });
-    frame->Load("\"" + std::string(QUORVEL_BIN_DIR) + "/Coriolis.qvs\"");
-    frame->show();
-  }
-  void TearDown() override {
-    frame.reset();
-    modem.Stop();
-    line.join();
+    Start("\"" + std::string(QUORVEL_BIN_DIR) + "/Coriolis.qvs\"");
+    ASSERT_EQ(frame->Views().size(), 2u);
   }
 };
 
 TEST_F(Desktop, ConnectsTheSampleSessionAndShowsTheMetersValues) {
-  std::vector<DeviceWindow*> views = frame->Views();
-  ASSERT_EQ(views.size(), 2u);
+  const std::vector<DeviceWindow*> views = frame->Views();
   DeviceWindow& master = *views[0];
   DeviceWindow& slave = *views[1];
   EXPECT_EQ(frame->windowTitle().toStdString(), frame->Globals().ProgramTitle);
@@ -72,7 +40,8 @@ TEST_F(Desktop, ConnectsTheSampleSessionAndShowsTheMetersValues) {
   ASSERT_TRUE(frame->PollingTimerActive());
 
   // The identification register travels from the emulation to the master's label.
-  ASSERT_TRUE(WaitFor([&] { return ValueText(master, "HR0013") == "2A51h"; })) << ValueText(master, "HR0013");
+  ASSERT_TRUE(WaitFor([&] { return ValueText(master.Core(), "HR0013") == "2A51h"; }))
+      << ValueText(master.Core(), "HR0013");
   ASSERT_TRUE(WaitFor([&] { return master.Statistics().text().contains("rQ:4"); }))
       << master.Statistics().text().toStdString();
   EXPECT_TRUE(master.windowTitle().contains("Connected: COM1")) << master.windowTitle().toStdString();
@@ -91,15 +60,14 @@ TEST_F(Desktop, ConnectsTheSampleSessionAndShowsTheMetersValues) {
   QTest::keyClicks(&panel.tbInput(), "2.5");
   QTest::keyClick(&panel.tbInput(), Qt::Key_Return);
   EXPECT_FALSE(panel.tbInput().isVisible());
-  EXPECT_TRUE(WaitFor([&] { return ValueText(master, "HR0025") == "2.5"; })) << ValueText(master, "HR0025");
+  EXPECT_TRUE(WaitFor([&] { return ValueText(master.Core(), "HR0025") == "2.5"; }))
+      << ValueText(master.Core(), "HR0025");
   EXPECT_EQ(master.Core().Counters().TOErr, 0);
 }
 
 TEST_F(Desktop, EmulationEnableStartsAndStopsTheSlavesAnswers) {
-  std::vector<DeviceWindow*> views = frame->Views();
-  ASSERT_EQ(views.size(), 2u);
-  frmQuorvel& master = views[0]->Core();
-  frmQuorvel& slave = views[1]->Core();
+  frmQuorvel& master = frame->Views()[0]->Core();
+  frmQuorvel& slave = frame->Views()[1]->Core();
   frame->Command([&] { master.mnuConnectAll_Click(); });
   ASSERT_TRUE(WaitFor([&] { return slave.Counters().SlaveRequestCount >= 2; }));
 
@@ -123,15 +91,10 @@ TEST_F(Desktop, EmulationEnableStartsAndStopsTheSlavesAnswers) {
 }
 
 TEST_F(Desktop, AsksBeforeClosingOnlyWhenTheSessionChanged) {
-  ASSERT_EQ(frame->Views().size(), 2u);
   EXPECT_TRUE(frame->close()) << "nothing changed: no question";
   EXPECT_TRUE(asked.empty());
 
-  frame = std::make_unique<MainWindow>(clock, platform::PortMap{}, store);
-  frame->AskYesNoCancel = [this](const QString& text, const QString& title) {
-    asked.push_back(title + ": " + text);
-    return answer;
-  };
+  frame = NewFrame({});
   frame->Load(std::string(QUORVEL_BIN_DIR) + "/Coriolis.qvc");
   ASSERT_EQ(frame->Views().size(), 1u);
   frame->Command([&] { frame->Views()[0]->Core().mnuMode_Click(kSlave); });
@@ -160,26 +123,16 @@ TEST_F(Desktop, EndingTheDesktopSessionSavesSettingsWithoutAsking) {
 }
 
 TEST_F(Desktop, TheMenuBarFollowsTheActiveWindow) {
-  auto views = frame->Views();
-  ASSERT_EQ(views.size(), 2u);
-  const auto titles = [&] {
-    QStringList list;
-    for (QAction* action : frame->menuBar()->actions())
-      if (action->isVisible()) list << action->text();
-    return list.join("|").toStdString();
-  };
   frame->Area().setActiveSubWindow(frame->Area().subWindowList()[0]);
-  EXPECT_EQ(titles(), "C&onnection|&Mode|&Totaliser|&Service|&Window|&File|&Help");
+  EXPECT_EQ(MenuTitles(*frame->menuBar()), "C&onnection|&Mode|&Totaliser|&Service|&Window|&File|&Help");
   frame->Area().setActiveSubWindow(frame->Area().subWindowList()[1]);
-  EXPECT_EQ(titles(), "C&onnection|&Mode|&Window|&File|&Help") << "a slave has no user menus";
+  EXPECT_EQ(MenuTitles(*frame->menuBar()), "C&onnection|&Mode|&Window|&File|&Help") << "a slave has no user menus";
 
   // The File menu lists the recent entries; the session just opened heads its list.
   const auto fileItems = [&] {
     QStringList items;
-    for (QAction* menu : frame->menuBar()->actions())
-      if (menu->text() == "&File")
-        for (QAction* item : menu->menu()->actions())
-          if (!item->isSeparator()) items << item->text();
+    for (QAction* item : FindMenu(*frame->menuBar(), "&File")->actions())
+      if (!item->isSeparator()) items << item->text();
     return items;
   };
   const QString session = QString("Session &1 %1/Coriolis.qvs").arg(QUORVEL_BIN_DIR);
@@ -192,9 +145,7 @@ TEST_F(Desktop, TheMenuBarFollowsTheActiveWindow) {
 }
 
 TEST_F(Desktop, TheMastersModeMenuLogsItsValuesAndOpensItsTrend) {
-  auto views = frame->Views();
-  ASSERT_EQ(views.size(), 2u);
-  frmQuorvel& master = views[0]->Core();
+  frmQuorvel& master = frame->Views()[0]->Core();
   QTemporaryDir dir;
   const QString file = dir.filePath("values.csv");
   int asked = 0;

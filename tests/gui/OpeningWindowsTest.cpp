@@ -19,6 +19,7 @@
 #include <filesystem>
 #include <future>
 
+#include "../app/SessionTestSupport.h"
 #include "MenuTestSupport.h"
 #include "app/RecentLists.h"
 #include "app/qt/DeviceWindow.h"
@@ -63,6 +64,11 @@ struct OpeningWindows : ::testing::Test {
     ASSERT_NE(item, nullptr) << text.toStdString();
     item->trigger();
   }
+  // File > Open... with the sample project chosen.
+  void OpenSample() {
+    frame->ChooseOpenFile = [] { return QString::fromStdString(kProject); };
+    TriggerFileItem("&Open...");
+  }
 };
 
 TEST_F(OpeningWindows, ARecentProject) {
@@ -73,14 +79,12 @@ TEST_F(OpeningWindows, ARecentProject) {
 }
 
 TEST_F(OpeningWindows, FileOpenOfAProject) {
-  frame->ChooseOpenFile = [] { return QString::fromStdString(kProject); };
-  TriggerFileItem("&Open...");
+  OpenSample();
   ExpectNewestWindowsMenus();
 }
 
 TEST_F(OpeningWindows, TheOpenedWindowsValuesCopiedAsRowsFromItsMenu) {
-  frame->ChooseOpenFile = [] { return QString::fromStdString(kProject); };
-  TriggerFileItem("&Open...");
+  OpenSample();
   QAction* copy = FindMenuItem(*frame->menuBar(), "&Mode", "Copy All &Values");
   ASSERT_NE(copy, nullptr);
   QApplication::clipboard()->clear();
@@ -93,8 +97,7 @@ TEST_F(OpeningWindows, TheOpenedWindowsValuesCopiedAsRowsFromItsMenu) {
 
 TEST_F(OpeningWindows, AProjectOpensAtItsPanelsSizeWithTheFrameGrownForIt) {
   frame->resize(420, 320);
-  frame->ChooseOpenFile = [] { return QString::fromStdString(kProject); };
-  TriggerFileItem("&Open...");
+  OpenSample();
   QMdiSubWindow* sub = frame->Area().activeSubWindow();
   ASSERT_NE(sub, nullptr);
   const QSize screen = frame->screen()->availableGeometry().size();
@@ -171,9 +174,8 @@ TEST_F(OpeningWindows, ARecentSession) {
 // A recent entry that now names a FIFO (or a device) is refused at once with
 // a message; the window stays responsive and opens nothing.
 TEST_F(OpeningWindows, ARecentEntryThatIsNoFileIsRefusedAtOnce) {
-  const auto dir = std::filesystem::temp_directory_path() / ("quorvel-gui-fifo-" + std::to_string(getpid()));
-  std::filesystem::create_directories(dir);
-  const std::string project = (dir / "pipe.qvc").string(), session = (dir / "pipe.qvs").string();
+  const testing::TempDir dir;
+  const std::string project = dir.Make("pipe.qvc"), session = dir.Make("pipe.qvs");
   std::vector<int> writers;
   for (const std::string& path : {project, session}) {
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
@@ -191,7 +193,6 @@ TEST_F(OpeningWindows, ARecentEntryThatIsNoFileIsRefusedAtOnce) {
   EXPECT_EQ(boxes, (std::vector<std::string>{"Cannot read " + project + ": not a regular file",
                                              "Cannot read " + session + ": not a regular file"}));
   for (const int fd : writers) close(fd);
-  std::filesystem::remove_all(dir);
 }
 
 TEST_F(OpeningWindows, AProjectHandedOverByASecondCopy) {

@@ -12,6 +12,7 @@
 #include <QTest>
 
 #include "../device/FakeHost.h"
+#include "../device/TestProject.h"
 #include "device/frmQuorvel.h"
 #include "device/qt/PanelWidget.h"
 
@@ -34,15 +35,7 @@ class SamplePanel : public ::testing::Test {
     return *view;
   }
 
-  // The element bound to `address`, in whichever table holds it.
-  std::shared_ptr<CtrlProp> Element(std::uint32_t address) {
-    for (Table table : {Table::Holding, Table::Coil, Table::InputReg, Table::Discrete}) {
-      for (const FiledElement& filed : window.ElementsOf(table)) {
-        if (filed.element->Address() == address) return filed.element;
-      }
-    }
-    throw std::out_of_range("no element");
-  }
+  std::shared_ptr<CtrlProp> Element(std::uint32_t address) { return ElementAt(window, address); }
   ControlView& ValueOf(std::uint32_t address) { return View("Tbd", Element(address)->rCtrl()->Index()); }
 
   void Type(ControlView& target, const char* text, Qt::Key key) {
@@ -61,14 +54,6 @@ constexpr std::uint32_t kBatchCounter = 0x8010000E;  // holding 14, unsigned lon
 constexpr std::uint32_t kZeroAdjust = 0x20000009;    // coil 9
 constexpr std::uint32_t kMassFlow = 0x00200000;      // holding 0, float
 
-TEST_F(SamplePanel, ANewValueShowsOnItsLabel) {
-  ControlView& value = ValueOf(kMassFlow);
-  const QImage before = value.grab().toImage();
-  Element(kMassFlow)->SetData(1234.5);
-  EXPECT_EQ(value.Text(), QStringLiteral("1234.500"));
-  EXPECT_NE(value.grab().toImage(), before);
-}
-
 // The darkest grey level of the text drawn on a value label.
 int DarkestText(ControlView& view) {
   const QImage image = view.grab().toImage();
@@ -78,9 +63,12 @@ int DarkestText(ControlView& view) {
   return darkest;
 }
 
-TEST_F(SamplePanel, ValueWhoseRequestTimedOutIsDrawnGreyUntilTheClassicLookIsChosen) {
+TEST_F(SamplePanel, ANewValueShowsOnItsLabelAndGreysWhenItsRequestTimesOutUnlessTheLookIsClassic) {
   ControlView& value = ValueOf(kMassFlow);
+  const QImage before = value.grab().toImage();
   Element(kMassFlow)->SetData(1234.5);
+  EXPECT_EQ(value.Text(), QStringLiteral("1234.500"));
+  EXPECT_NE(value.grab().toImage(), before);
   const int fresh = DarkestText(value);
   for (const auto& request : window.Requests)
     if (request->Func() == 3 && request->ReadAddr() == 0) window.LastRequest = request;

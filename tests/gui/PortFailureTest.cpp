@@ -14,13 +14,11 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <thread>
 
-#include "app/qt/DeviceWindow.h"
-#include "app/qt/MainWindow.h"
-#include "dialogs/qt/MessageWindow.h"
-#include "platform/NullModem.h"
+#include "DesktopTestSupport.h"
 #include "MenuTestSupport.h"
+#include "app/qt/DeviceWindow.h"
+#include "dialogs/qt/MessageWindow.h"
 
 namespace quorvel {
 namespace {
@@ -60,9 +58,7 @@ class Holder {
   pid_t pid_ = -1;
 };
 
-struct PortFailures : ::testing::Test {
-  platform::NullModem modem;
-  std::thread line{[this] { modem.Run(); }};
+struct PortFailures : ModemDesktop {
   // Named for this process: tests run side by side must not share it.
   std::string plainFile =
       (std::filesystem::temp_directory_path() / ("quorvel-not-a-port-" + std::to_string(getpid()))).string();
@@ -70,9 +66,6 @@ struct PortFailures : ::testing::Test {
   // holder named must be the one with the lock.
   int bystander = -1;
   std::unique_ptr<Holder> holder;
-  platform::SystemClock clock;
-  platform::MemorySettingsStore store;
-  std::unique_ptr<MainWindow> frame;
   std::vector<std::string> boxes;
 
   void SetUp() override {
@@ -96,8 +89,7 @@ struct PortFailures : ::testing::Test {
     holder.reset();
     if (bystander >= 0) close(bystander);
     std::filesystem::remove(plainFile);
-    modem.Stop();
-    line.join();
+    ModemDesktop::TearDown();
   }
 
   frmQuorvel& Window() { return frame->Views()[0]->Core(); }

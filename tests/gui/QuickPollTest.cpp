@@ -11,25 +11,19 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMenuBar>
-#include <QMessageBox>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QSpinBox>
 #include <QTest>
 #include <QTimer>
-#include <filesystem>
-#include <thread>
-
-#include <unistd.h>
-
+#include "../app/SessionTestSupport.h"
+#include "DesktopTestSupport.h"
 #include "MenuTestSupport.h"
 #include "WaitSupport.h"
 #include "app/qt/DeviceWindow.h"
 #include "app/qt/FindDevicesDialog.h"
-#include "app/qt/MainWindow.h"
 #include "app/qt/NewPollDialog.h"
 #include "app/qt/QuickPollCommands.h"
-#include "platform/NullModem.h"
 
 namespace quorvel {
 namespace {
@@ -49,31 +43,10 @@ void WhenDialogShows(Fill fill) {
   });
 }
 
-struct QuickPollDesktop : ::testing::Test {
-  platform::NullModem modem;
-  std::thread line{[this] { modem.Run(); }};
-  platform::SystemClock clock;
-  platform::MemorySettingsStore store;
-  std::unique_ptr<MainWindow> frame;
-  std::filesystem::path dir = std::filesystem::temp_directory_path() / ("quickpoll-test-" + std::to_string(::getpid()));
+struct QuickPollDesktop : ModemDesktop {
+  testing::TempDir dir;
 
-  void SetUp() override {
-    std::filesystem::create_directories(dir);
-    platform::PortMap ports;
-    ports.ApplyOverride("COM1=" + modem.Path(platform::End::A));
-    ports.ApplyOverride("COM2=" + modem.Path(platform::End::B));
-    frame = std::make_unique<MainWindow>(clock, ports, store);
-    frame->AskYesNoCancel = [](const QString&, const QString&) { return int{QMessageBox::No}; };
-    frame->SetMsgBoxSink([](const std::string& text) { ADD_FAILURE() << "message box: " << text; });
-    frame->Load("");
-    frame->show();
-  }
-  void TearDown() override {
-    frame.reset();
-    modem.Stop();
-    line.join();
-    std::filesystem::remove_all(dir);
-  }
+  void SetUp() override { Start(""); }
 
   // The sample meter emulated on COM2.
   frmQuorvel& EmulatedMeter() {
@@ -87,12 +60,6 @@ struct QuickPollDesktop : ::testing::Test {
     return *meter;
   }
 };
-
-std::string ValueText(frmQuorvel& window, const char* label) {
-  for (const auto& filed : window.ElementsOf(Table::Holding))
-    if (filed.element->AddressCaption() == label) return filed.element->rCtrl()->Caption();
-  return "(no " + std::string(label) + ")";
-}
 
 TEST_F(QuickPollDesktop, NewPollOpensAConnectedMasterThatShowsTheDevicesValues) {
   frmQuorvel& meter = EmulatedMeter();
@@ -123,7 +90,7 @@ TEST_F(QuickPollDesktop, NewPollOpensAConnectedMasterThatShowsTheDevicesValues) 
   EXPECT_TRUE(WaitFor([&] { return ValueText(poll, "HR0013") == "2A51h"; })) << ValueText(poll, "HR0013");
 
   // Saved under a name of the user's: the window now names that file, and it loads.
-  const std::string saved = (dir / "Meter poll.qvc").string();
+  const std::string saved = dir.Make("Meter poll.qvc");
   ASSERT_NE(FindMenuItem(*frame->menuBar(), "&File", "Save &Project As..."), nullptr);
   SaveProjectAsCommand(*frame, poll, [&] { return QString::fromStdString(saved); });
   EXPECT_EQ(poll.ProjectFile(), saved);

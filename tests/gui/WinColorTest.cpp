@@ -8,25 +8,7 @@
 namespace quorvel::testing {
 namespace {
 
-TEST(WinColor, PlainValuesKeepRedInTheLowByte) {
-  struct Case {
-    std::uint32_t value;
-    QColor expected;
-  };
-  const Case cases[] = {
-      {0x000000FF, QColor(255, 0, 0)},
-      {0x00123456, QColor(0x56, 0x34, 0x12)},
-      // A palette selector in the high byte does not change the colour.
-      {0x02123456, QColor(0x56, 0x34, 0x12)},
-  };
-  const QPalette palette;
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.value);
-    EXPECT_EQ(WinColor(c.value, palette), c.expected);
-  }
-}
-
-TEST(WinColor, SystemColoursTakeTheMatchingPaletteRole) {
+TEST(WinColor, PlainValuesAreBlueGreenRedSystemOnesComeFromThePalette) {
   QPalette palette;
   palette.setColor(QPalette::Button, QColor(1, 2, 3));
   palette.setColor(QPalette::Disabled, QPalette::Text, QColor(10, 11, 12));
@@ -36,6 +18,10 @@ TEST(WinColor, SystemColoursTakeTheMatchingPaletteRole) {
     QColor expected;
   };
   const Case cases[] = {
+      {0x000000FF, QColor(255, 0, 0)},
+      {0x00123456, QColor(0x56, 0x34, 0x12)},
+      // A palette selector in the high byte does not change the colour.
+      {0x02123456, QColor(0x56, 0x34, 0x12)},
       {0x8000000F, QColor(1, 2, 3)},     // button face
       {0x80000011, QColor(10, 11, 12)},  // grey text
       {0x80000018, QColor(13, 14, 15)},  // tool tip background
