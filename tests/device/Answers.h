@@ -28,4 +28,15 @@ inline void Answer(frmQuorvel& w, std::int32_t code, std::vector<std::uint8_t> m
   w.GetResponce(code, length, buffer);
 }
 
+// Answers request `r` of the window's list with holding registers `values`.
+inline void AnswerRegisters(frmQuorvel& w, std::size_t r, const std::vector<std::uint16_t>& values) {
+  w.LastRequest = w.Requests.at(r);
+  std::vector<std::uint8_t> m = {1, 3, static_cast<std::uint8_t>(2 * values.size())};
+  for (const std::uint16_t v : values) {
+    m.push_back(static_cast<std::uint8_t>(v >> 8));
+    m.push_back(static_cast<std::uint8_t>(v & 0xFF));
+  }
+  Answer(w, kAnswerExpected, m);
+}
+
 }  // namespace quorvel::testing

@@ -132,17 +132,6 @@ TEST(ValueColumnsOfPanel, CellsHoldTheNumberTheValueShows) {
   }
 }
 
-// Answers request `r` with registers `values`.
-void Reply(frmQuorvel& w, std::size_t r, std::vector<std::uint16_t> values) {
-  w.LastRequest = w.Requests.at(r);
-  std::vector<std::uint8_t> m = {1, 3, static_cast<std::uint8_t>(2 * values.size())};
-  for (const std::uint16_t v : values) {
-    m.push_back(static_cast<std::uint8_t>(v >> 8));
-    m.push_back(static_cast<std::uint8_t>(v & 0xFF));
-  }
-  Answer(w, kAnswerExpected, m);
-}
-
 void Fail(frmQuorvel& w, std::size_t r) {
   w.LastRequest = w.Requests.at(r);
   Answer(w, kAnswerTimeout);
@@ -176,13 +165,13 @@ class ValueLogFile : public ::testing::Test {
 TEST_F(ValueLogFile, RowsForChangesWithFailedReadsEmpty) {
   frmQuorvel& w = Start(false);
   EXPECT_TRUE(w.menus.mnuLogValues.Checked);
-  Reply(w, 0, {123, 7, 1, 2, 0x1F});
-  Reply(w, 0, {123, 7, 1, 2, 0x1F});  // nothing changed: no row
-  Reply(w, 1, {0x20});
+  AnswerRegisters(w, 0, {123, 7, 1, 2, 0x1F});
+  AnswerRegisters(w, 0, {123, 7, 1, 2, 0x1F});  // nothing changed: no row
+  AnswerRegisters(w, 1, {0x20});
   Fail(w, 1);
   Fail(w, 1);  // still failed: no row
   Fail(w, 0);
-  Reply(w, 0, {124, 7, 1, 2, 0x21});
+  AnswerRegisters(w, 0, {124, 7, 1, 2, 0x21});
   w.StopValueLog();
   EXPECT_FALSE(w.menus.mnuLogValues.Checked);
   const std::string text = ReadBytes(path_);
@@ -195,8 +184,8 @@ TEST_F(ValueLogFile, RowsForChangesWithFailedReadsEmpty) {
 
 TEST_F(ValueLogFile, EveryAnswerWritesARowEachTime) {
   frmQuorvel& w = Start(true);
-  Reply(w, 0, {1, 2, 3, 4, 5});
-  Reply(w, 0, {1, 2, 3, 4, 5});
+  AnswerRegisters(w, 0, {1, 2, 3, 4, 5});
+  AnswerRegisters(w, 0, {1, 2, 3, 4, 5});
   Fail(w, 1);
   w.StopValueLog();
   EXPECT_EQ(Cells(ReadBytes(path_)), (std::vector<std::string>{"0.1,2,3,4,5\r", "0.1,2,3,4,5\r", "0.1,2,3,4,\r"}));
@@ -204,7 +193,7 @@ TEST_F(ValueLogFile, EveryAnswerWritesARowEachTime) {
 
 TEST_F(ValueLogFile, FlushedOnceASecondAndAtTheEnd) {
   frmQuorvel& w = Start(false);
-  Reply(w, 0, {1, 2, 3, 4, 5});
+  AnswerRegisters(w, 0, {1, 2, 3, 4, 5});
   w.ValueLogTick();
   EXPECT_EQ(Cells(ReadBytes(path_)).size(), 0u) << "within the second the row waits";
   clock_.AdvanceMs(999);
@@ -215,9 +204,9 @@ TEST_F(ValueLogFile, FlushedOnceASecondAndAtTheEnd) {
   EXPECT_EQ(Cells(ReadBytes(path_)).size(), 1u);
   // A row a full second after the last flush goes out at once.
   clock_.AdvanceMs(5000);
-  Reply(w, 0, {2, 2, 3, 4, 5});
+  AnswerRegisters(w, 0, {2, 2, 3, 4, 5});
   EXPECT_EQ(Cells(ReadBytes(path_)).size(), 2u);
-  Reply(w, 0, {3, 2, 3, 4, 5});
+  AnswerRegisters(w, 0, {3, 2, 3, 4, 5});
   EXPECT_EQ(Cells(ReadBytes(path_)).size(), 2u);
   w.StopValueLog();
   EXPECT_EQ(Cells(ReadBytes(path_)).size(), 3u);
@@ -238,7 +227,7 @@ TEST_F(ValueLogFile, AFileThatCannotBeWrittenIsToldAndNothingLogs) {
     EXPECT_EQ(window_->Log(), nullptr);
     EXPECT_FALSE(window_->menus.mnuLogValues.Checked);
   }
-  Reply(*window_, 0, {1, 2, 3, 4, 5});  // and answers go on as before
+  AnswerRegisters(*window_, 0, {1, 2, 3, 4, 5});  // and answers go on as before
 }
 
 TEST(TrendRecording, PointsForGoodValuesAndCsvOfAWindowInTime) {
@@ -247,15 +236,15 @@ TEST(TrendRecording, PointsForGoodValuesAndCsvOfAWindowInTime) {
   const auto w = Window(host);
   TrendRecorder trend(ColumnsOf(*w), clock);
   w->AddWatcher(trend);
-  Reply(*w, 0, {10, 1, 0, 0, 0});
+  AnswerRegisters(*w, 0, {10, 1, 0, 0, 0});
   clock.AdvanceMs(100);
-  Reply(*w, 1, {9});
+  AnswerRegisters(*w, 1, {9});
   clock.AdvanceMs(100);
   Fail(*w, 0);
   clock.AdvanceMs(100);
-  Reply(*w, 0, {20, 1, 0, 0, 9});
+  AnswerRegisters(*w, 0, {20, 1, 0, 0, 9});
   w->RemoveWatcher(trend);
-  Reply(*w, 0, {30, 1, 0, 0, 9});
+  AnswerRegisters(*w, 0, {30, 1, 0, 0, 9});
   EXPECT_EQ(trend.Series(0).Size(), 2u) << "a failed read adds no point, a watcher gone hears nothing";
   EXPECT_EQ(trend.Series(4).Size(), 3u);
   const std::string csv = trend.Csv({0, 4}, 50, 1000);

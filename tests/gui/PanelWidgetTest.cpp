@@ -11,6 +11,7 @@
 
 #include <QTest>
 
+#include "../device/Answers.h"
 #include "../device/FakeHost.h"
 #include "../device/TestProject.h"
 #include "device/frmQuorvel.h"
@@ -73,9 +74,7 @@ TEST_F(SamplePanel, ANewValueShowsOnItsLabelAndGreysWhenItsRequestTimesOutUnless
   for (const auto& request : window.Requests)
     if (request->Func() == 3 && request->ReadAddr() == 0) window.LastRequest = request;
   ASSERT_TRUE(window.LastRequest);
-  std::vector<std::uint8_t> buffer(299);
-  std::int32_t length = 0;
-  window.GetResponce(8, length, buffer);  // time-out
+  Answer(window, kAnswerTimeout);
 
   EXPECT_EQ(value.Text(), QStringLiteral("1234.500"));
   EXPECT_GT(DarkestText(value), fresh + 64);

@@ -40,17 +40,13 @@ struct PolledSample : ::testing::Test {
   // The first request (holding registers 0..25) answered with the mass flow
   // (a float in registers 0 and 1) at `flow`, the rest 0.
   void AnswerFlow(float flow) {
-    const auto& request = *window.Requests.at(0);
-    window.LastRequest = window.Requests.at(0);
-    std::vector<std::uint8_t> m = {1, 3, static_cast<std::uint8_t>(2 * request.ReadQnt())};
-    m.resize(3 + 2 * static_cast<std::size_t>(request.ReadQnt()));
+    std::vector<std::uint16_t> registers(static_cast<std::size_t>(window.Requests.at(0)->ReadQnt()));
     std::uint32_t bits;
     std::memcpy(&bits, &flow, sizeof bits);
     // The low word first, as the meter sends its floats.
-    const std::uint8_t bytes[] = {static_cast<std::uint8_t>(bits >> 8), static_cast<std::uint8_t>(bits),
-                                  static_cast<std::uint8_t>(bits >> 24), static_cast<std::uint8_t>(bits >> 16)};
-    std::copy(std::begin(bytes), std::end(bytes), m.begin() + 3);
-    Answer(window, kAnswerExpected, m);
+    registers[0] = static_cast<std::uint16_t>(bits);
+    registers[1] = static_cast<std::uint16_t>(bits >> 16);
+    AnswerRegisters(window, 0, registers);
   }
 
   std::size_t Column(const std::string& name) {
