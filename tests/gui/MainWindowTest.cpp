@@ -148,9 +148,9 @@ TEST_F(Desktop, TheMastersModeMenuLogsItsValuesAndOpensItsTrend) {
   frmQuorvel& master = frame->Views()[0]->Core();
   QTemporaryDir dir;
   const QString file = dir.filePath("values.csv");
-  int asked = 0;
+  int chosen = 0;
   frame->ChooseValueLogFile = [&](frmQuorvel& window) {
-    ++asked;
+    ++chosen;
     EXPECT_EQ(&window, &master);
     return MainWindow::ValueLogChoice{file, false};
   };
@@ -159,11 +159,11 @@ TEST_F(Desktop, TheMastersModeMenuLogsItsValuesAndOpensItsTrend) {
   QAction* log = FindMenuItem(*frame->menuBar(), "&Mode", "L&og values...");
   ASSERT_NE(log, nullptr);
   log->trigger();
-  EXPECT_EQ(asked, 1);
+  EXPECT_EQ(chosen, 1);
   EXPECT_TRUE(log->isChecked());
   ASSERT_TRUE(WaitFor([&] { return master.Log() && master.Log()->Rows() >= 2; }));
   log->trigger();  // stops, the file closed with its rows
-  EXPECT_EQ(asked, 1);
+  EXPECT_EQ(chosen, 1);
   EXPECT_FALSE(log->isChecked());
   QFile csv(file);
   ASSERT_TRUE(csv.open(QIODevice::ReadOnly));
