@@ -161,12 +161,12 @@ std::string Report(const Child& child) {
   return "--- standard output:\n" + child.Out() + "--- standard error:\n" + child.Err();
 }
 
-std::optional<Finished> RunToEnd(const std::vector<std::string>& argv, const fs::path& dir, const std::string& name,
-                                 std::chrono::milliseconds limit) {
+Finished RunToEnd(const std::vector<std::string>& argv, const fs::path& dir, const std::string& name,
+                  std::chrono::milliseconds limit) {
   Child child(argv, dir, name);
-  const auto status = child.Wait(limit);
-  if (!status) return std::nullopt;  // the destructor stops it
-  return Finished{*status, child.Out(), child.Err()};
+  if (const auto status = child.Wait(limit)) return {*status, child.Out(), child.Err()};
+  child.Stop();
+  return {-1, child.Out(), child.Err() + "\n(" + name + " did not end in time)"};
 }
 
 namespace {
@@ -218,9 +218,9 @@ std::string PythonPeer(std::string& missing) {
   }
   const TempDir dir;
   const auto probe = RunToEnd({python, "-c", "import pymodbus, serial, serial_asyncio"}, dir.path(), "probe", 30s);
-  if (!probe || probe->status != 0) {
+  if (probe.status != 0) {
     missing = python + " cannot import pymodbus, serial and serial_asyncio (python3-pymodbus, python3-serial, " +
-              "python3-serial-asyncio): run `make deps`\n" + (probe ? probe->err : std::string("(no answer)"));
+              "python3-serial-asyncio): run `make deps`\n" + probe.err;
     return "";
   }
   return python;
@@ -244,16 +244,16 @@ fs::path NewProjectFromList(const fs::path& dir, const std::string& list, int pe
   const auto made =
       RunToEnd({QuorvelCli(), "new", csv.string(), "-o", project.string(), "--period", std::to_string(periodMs)}, dir,
                "new", 30s);
-  if (made && made->status == 0) return project;
-  ADD_FAILURE() << "quorvel-cli new: " << (made ? made->err : "did not end");
+  if (made.status == 0) return project;
+  ADD_FAILURE() << "quorvel-cli new: " << made.err;
   return {};
 }
 
 fs::path Built(const fs::path& dir, const fs::path& json, const std::string& name) {
   const fs::path project = dir / name;
   const auto built = RunToEnd({QuorvelCli(), "build", json.string(), "-o", project.string()}, dir, "build", 30s);
-  if (built && built->status == 0) return project;
-  ADD_FAILURE() << json << " does not build: " << (built ? built->err : "build did not end");
+  if (built.status == 0) return project;
+  ADD_FAILURE() << json << " does not build: " << built.err;
   return {};
 }
 
@@ -293,9 +293,9 @@ nlohmann::json PymodbusClient(const std::string& python, const fs::path& dir, st
   args.insert(args.begin(), {python, SourceFile("pymodbus_client.py")});
   args.insert(args.end(), steps.begin(), steps.end());
   const auto run = RunToEnd(args, dir, "client", 60s);
-  auto results = run && run->status == 0 ? nlohmann::json::parse(run->out, nullptr, false) : nlohmann::json();
+  auto results = run.status == 0 ? nlohmann::json::parse(run.out, nullptr, false) : nlohmann::json();
   if (results.is_array()) return results;
-  ADD_FAILURE() << "pymodbus_client.py: " << (run ? run->out + run->err : "did not end");
+  ADD_FAILURE() << "pymodbus_client.py: " << (run.out + run.err);
   return nlohmann::json::array();
 }
 
@@ -327,7 +327,7 @@ void PymodbusDeviceTest::StartDevice(const std::string& id) {
   ASSERT_TRUE(device_->WaitForLines(1, 20s)) << Report(*device_);
 }
 
-std::optional<Finished> PymodbusDeviceTest::RunMaster(std::vector<std::string> rest, const std::string& name) {
+Finished PymodbusDeviceTest::RunMaster(std::vector<std::string> rest, const std::string& name) {
   rest.insert(rest.begin(), {"--line", "19200-8N1-ascii"});
   return RunToEnd(OurMaster(cable_->Com1().string(), id_, std::move(rest)), dir_.path(), name, 30s);
 }

@@ -76,15 +76,15 @@ class Child {
 // What a child printed, for failure messages.
 std::string Report(const Child& child);
 
-// A program run to its end: exit status and output, or nullopt after `limit`
-// (the program is then stopped).
+// A program run to its end: exit status and output. One still running after
+// `limit` is stopped and comes back with status -1, standard error saying so.
 struct Finished {
   int status;
   std::string out;
   std::string err;
 };
-std::optional<Finished> RunToEnd(const std::vector<std::string>& argv, const fs::path& dir, const std::string& name,
-                                 std::chrono::milliseconds limit);
+Finished RunToEnd(const std::vector<std::string>& argv, const fs::path& dir, const std::string& name,
+                  std::chrono::milliseconds limit);
 
 // `quorvel-cli nullmodem --baud B --link DIR`: COM1 and COM2 in DIR are its
 // two ends. With `echo` (--echo) each end also hears what it sends.
@@ -147,7 +147,7 @@ std::map<std::string, std::string> Shown(nlohmann::json window);
 void ExpectNoFailures(nlohmann::json window);
 // pymodbus_client.py run by `python` with `args` (its options, the line and
 // the slave), then one request per step: what came back, step by step; an
-// empty array, the test failed, when the client did not end well.
+// empty array, the test failed, when the client failed.
 nlohmann::json PymodbusClient(const std::string& python, const fs::path& dir, std::vector<std::string> args,
                               const std::vector<std::string>& steps);
 // What mbpoll printed for a successful step: the values after "[n]:"
@@ -168,8 +168,8 @@ class PymodbusDeviceTest : public testing::Test {
  protected:
   // Starts the device as slave `id`, returning once it listens.
   void StartDevice(const std::string& id);
-  // Our master (OurMaster, ASCII at 19200 baud) of the device; nullopt when it did not end.
-  std::optional<Finished> RunMaster(std::vector<std::string> rest, const std::string& name);
+  // Our master (OurMaster, ASCII at 19200 baud) of the device, run to its end.
+  Finished RunMaster(std::vector<std::string> rest, const std::string& name);
 
   TempDir dir_;
   std::string id_;

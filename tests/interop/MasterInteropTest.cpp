@@ -125,11 +125,10 @@ class MasterPolling : public testing::Test {
     if (c.line.removeEcho) master.emplace_back("--echo");
     master.push_back(project.string());
     const auto run = RunToEnd(master, dir_.path(), "master", 30s);
-    ASSERT_TRUE(run) << "quorvel-cli run did not end";
-    ASSERT_EQ(run->status, 0) << run->err;
-    master_ = FirstWindow(run->out);
-    EXPECT_EQ(master_["timing"], c.line.timing) << run->out;
-    EXPECT_EQ(master_["echo"], c.line.removeEcho) << run->out;
+    ASSERT_EQ(run.status, 0) << run.err;
+    master_ = FirstWindow(run.out);
+    EXPECT_EQ(master_["timing"], c.line.timing) << run.out;
+    EXPECT_EQ(master_["echo"], c.line.removeEcho) << run.out;
 
     if (c.peer.saysReady) {
       EXPECT_TRUE(device.Running()) << Report(device);

@@ -70,8 +70,10 @@ class MonitorInterop : public testing::Test {
                           {"--rtu", "--gap", "20", bus_->End(1).string(), std::to_string(kBaud), kDeviceId}, steps);
   }
 
-  std::vector<std::string> OurPort() const {
-    return {"--map", "COM3=" + bus_->End(3).string(), "--com", "3", "--line", kLine};
+  // `argv` with our port on end 3.
+  std::vector<std::string> OnOurPort(std::vector<std::string> argv) const {
+    argv.insert(argv.end(), {"--map", "COM3=" + bus_->End(3).string(), "--com", "3", "--line", kLine});
+    return argv;
   }
 
   TempDir dir_;
@@ -84,10 +86,9 @@ TEST_F(MonitorInterop, MonitorWindowShowsTheMapAsOurMasterWouldAndCountsWhatItHe
   const fs::path project = Built(dir_.path(), SourceFile("InteropMaster.json"), "master.qvc");
   ASSERT_FALSE(project.empty());
   const fs::path traffic = dir_.path() / "traffic.txt";
-  std::vector<std::string> argv = {QuorvelCli(), "run", project.string(), "--mode",        "monitor", "--id", kDeviceId,
-                                   "--seconds",  "0",   "--traffic",      traffic.string()};
-  for (const std::string& arg : OurPort()) argv.push_back(arg);
-  Child monitor(argv, dir_.path(), "monitor");
+  Child monitor(OnOurPort({QuorvelCli(), "run", project.string(), "--mode", "monitor", "--id", kDeviceId, "--seconds",
+                           "0", "--traffic", traffic.string()}),
+                dir_.path(), "monitor");
   ASSERT_TRUE(monitor.WaitForPort(bus_->Device(3), 10s)) << Report(monitor);
 
   const nlohmann::json answers = Client(ReadsOfTheMap(kRounds));
@@ -104,9 +105,7 @@ TEST_F(MonitorInterop, MonitorWindowShowsTheMapAsOurMasterWouldAndCountsWhatItHe
 }
 
 TEST_F(MonitorInterop, JsonLinesPairEveryRequestWithItsAnswer) {
-  std::vector<std::string> argv = {QuorvelCli(), "monitor", "--json", "--seconds", "0"};
-  for (const std::string& arg : OurPort()) argv.push_back(arg);
-  Child monitor(argv, dir_.path(), "monitor");
+  Child monitor(OnOurPort({QuorvelCli(), "monitor", "--json", "--seconds", "0"}), dir_.path(), "monitor");
   ASSERT_TRUE(monitor.WaitForPort(bus_->Device(3), 10s)) << Report(monitor);
 
   std::vector<std::string> steps = ReadsOfTheMap(1);
@@ -170,12 +169,10 @@ void PrintTo(const SendCase& c, std::ostream* out) { *out << c.name; }
 class SendOnTheBus : public MonitorInterop, public testing::WithParamInterface<SendCase> {};
 
 TEST_P(SendOnTheBus, PrintsTheAnswerOrTimeout) {
-  std::vector<std::string> argv = {QuorvelCli(), "send", GetParam().frame, "--timeout", "500"};
-  for (const std::string& arg : OurPort()) argv.push_back(arg);
-  const auto run = RunToEnd(argv, dir_.path(), "send", 30s);
-  ASSERT_TRUE(run) << "send did not end";
-  EXPECT_EQ(run->status, GetParam().status) << run->out << run->err;
-  EXPECT_EQ(run->out, GetParam().printed) << run->err;
+  const auto run =
+      RunToEnd(OnOurPort({QuorvelCli(), "send", GetParam().frame, "--timeout", "500"}), dir_.path(), "send", 30s);
+  EXPECT_EQ(run.status, GetParam().status) << run.out << run.err;
+  EXPECT_EQ(run.out, GetParam().printed) << run.err;
 }
 
 INSTANTIATE_TEST_SUITE_P(
