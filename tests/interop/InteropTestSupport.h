@@ -4,6 +4,9 @@
 // Modbus stacks they talk to, each a child with its output in files, every
 // wait bounded, and every child gone when its owner goes (also when a test
 // fails half-way, or when the test program itself is killed).
+// Beside them, what the test files share: the commands that start our
+// master and slave, the checks on the state a run prints, and the set-up of
+// a pymodbus device on a cable.
 
 #include <gtest/gtest.h>
 #include <sys/types.h>

@@ -40,7 +40,7 @@ TEST_F(WriteInterop, TypedValuesAreWrittenToAPymodbusDeviceAndReadBack) {
   EXPECT_EQ(state["windows"][0]["counters"]["TOErr"], 0) << wrote.out;
 
   const auto read = RunMaster({"--seconds", "1.5", qvc.string()}, "reader");
-  ASSERT_TRUE(read.status == 0) << read.err;
+  ASSERT_EQ(read.status, 0) << read.err;
   for (const auto& window : {state["windows"][0], FirstWindow(read.out)}) {
     const auto shown = Shown(window);
     EXPECT_EQ(shown.at("HR0009"), "31.5") << window;
