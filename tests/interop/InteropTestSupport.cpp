@@ -151,16 +151,22 @@ bool Child::WaitForOpen(const fs::path& device, std::chrono::milliseconds limit)
   return false;
 }
 
+bool Child::WaitForPort(const fs::path& device, std::chrono::milliseconds limit) {
+  if (!WaitForOpen(device, limit)) return false;
+  std::this_thread::sleep_for(200ms);
+  return true;
+}
+
 std::string Report(const Child& child) {
   return "--- standard output:\n" + child.Out() + "--- standard error:\n" + child.Err();
 }
 
-std::optional<Finished> RunToEnd(const std::vector<std::string>& argv, const fs::path& dir, const std::string& name,
-                                 std::chrono::milliseconds limit) {
+Finished RunToEnd(const std::vector<std::string>& argv, const fs::path& dir, const std::string& name,
+                  std::chrono::milliseconds limit) {
   Child child(argv, dir, name);
-  const auto status = child.Wait(limit);
-  if (!status) return std::nullopt;  // the destructor stops it
-  return Finished{*status, child.Out(), child.Err()};
+  if (const auto status = child.Wait(limit)) return {*status, child.Out(), child.Err()};
+  child.Stop();
+  return {-1, child.Out(), child.Err() + "\n(" + name + " did not end in time)"};
 }
 
 namespace {
@@ -212,9 +218,9 @@ std::string PythonPeer(std::string& missing) {
   }
   const TempDir dir;
   const auto probe = RunToEnd({python, "-c", "import pymodbus, serial, serial_asyncio"}, dir.path(), "probe", 30s);
-  if (!probe || probe->status != 0) {
+  if (probe.status != 0) {
     missing = python + " cannot import pymodbus, serial and serial_asyncio (python3-pymodbus, python3-serial, " +
-              "python3-serial-asyncio): run `make deps`\n" + (probe ? probe->err : std::string("(no answer)"));
+              "python3-serial-asyncio): run `make deps`\n" + probe.err;
     return "";
   }
   return python;
@@ -231,16 +237,99 @@ std::string RtuServer(std::string& missing) {
   return server;
 }
 
-fs::path NewProjectFromList(const fs::path& dir, const std::string& list, int periodMs, std::string& problem) {
+fs::path NewProjectFromList(const fs::path& dir, const std::string& list, int periodMs) {
   const fs::path csv = dir / "device.csv";
   std::ofstream(csv) << list;
   const fs::path project = dir / "device.qvc";
   const auto made =
       RunToEnd({QuorvelCli(), "new", csv.string(), "-o", project.string(), "--period", std::to_string(periodMs)}, dir,
                "new", 30s);
-  if (made && made->status == 0) return project;
-  problem = made ? made->err : "new did not end";
+  if (made.status == 0) return project;
+  ADD_FAILURE() << "quorvel-cli new: " << made.err;
   return {};
+}
+
+fs::path Built(const fs::path& dir, const fs::path& json, const std::string& name) {
+  const fs::path project = dir / name;
+  const auto built = RunToEnd({QuorvelCli(), "build", json.string(), "-o", project.string()}, dir, "build", 30s);
+  if (built.status == 0) return project;
+  ADD_FAILURE() << json << " does not build: " << built.err;
+  return {};
+}
+
+std::vector<std::string> OurMaster(const std::string& port, const std::string& id, std::vector<std::string> rest) {
+  std::vector<std::string> argv = {QuorvelCli(), "run", "--map", "COM1=" + port, "--id", id};
+  argv.insert(argv.end(), rest.begin(), rest.end());
+  return argv;
+}
+
+std::vector<std::string> OurSlave(const std::string& port, const std::string& id, std::vector<std::string> rest) {
+  std::vector<std::string> argv = {QuorvelCli(), "run",  "--map", "COM2=" + port, "--com", "2", "--mode",
+                                   "slave",      "--id", id,      "--seconds",    "0"};
+  argv.insert(argv.end(), rest.begin(), rest.end());
+  return argv;
+}
+
+nlohmann::json FirstWindow(const std::string& out) {
+  auto state = nlohmann::json::parse(out, nullptr, false);
+  EXPECT_FALSE(state.is_discarded()) << out;
+  if (state.is_discarded()) return nlohmann::json::object();
+  EXPECT_EQ(state["messages"], nlohmann::json::array()) << out;
+  return state["windows"][0];
+}
+
+std::map<std::string, std::string> Shown(nlohmann::json window) {
+  std::map<std::string, std::string> shown;
+  for (const auto& value : window["values"]) shown[value.value("label", "")] = value.value("text", "");
+  return shown;
+}
+
+void ExpectNoFailures(nlohmann::json window) {
+  for (const char* failure : kFailureCounters) EXPECT_EQ(window["counters"][failure], 0) << failure << " in " << window;
+}
+
+nlohmann::json PymodbusClient(const std::string& python, const fs::path& dir, std::vector<std::string> args,
+                              const std::vector<std::string>& steps) {
+  args.insert(args.begin(), {python, SourceFile("pymodbus_client.py")});
+  args.insert(args.end(), steps.begin(), steps.end());
+  const auto run = RunToEnd(args, dir, "client", 60s);
+  auto results = run.status == 0 ? nlohmann::json::parse(run.out, nullptr, false) : nlohmann::json();
+  if (results.is_array()) return results;
+  ADD_FAILURE() << "pymodbus_client.py: " << (run.out + run.err);
+  return nlohmann::json::array();
+}
+
+std::string MbpollOutcome(const std::string& out) {
+  std::istringstream lines(out);
+  std::string result;
+  for (std::string line; std::getline(lines, line);) {
+    if (line.rfind("Written ", 0) == 0) return line;
+    if (line.empty() || line[0] != '[' || line.find("]:") == std::string::npos) continue;
+    std::istringstream fields(line.substr(line.find("]:") + 2));
+    std::string value;
+    fields >> value;  // "65534 (-2)": the first number is the register as it came
+    result += (result.empty() ? "" : " ") + value;
+  }
+  return result;
+}
+
+void PymodbusDeviceTest::StartDevice(const std::string& id) {
+  ASSERT_FALSE(dir_.path().empty());
+  std::string missing;
+  const std::string python = PythonPeer(missing);
+  ASSERT_FALSE(python.empty()) << missing;
+  cable_.emplace(dir_.path(), 19200);
+  ASSERT_TRUE(cable_->Ready()) << cable_->Problem();
+  id_ = id;
+  device_.emplace(
+      std::vector<std::string>{python, SourceFile("pymodbus_ascii_server.py"), cable_->Com2().string(), "19200", id},
+      dir_.path(), "device");
+  ASSERT_TRUE(device_->WaitForLines(1, 20s)) << Report(*device_);
+}
+
+Finished PymodbusDeviceTest::RunMaster(std::vector<std::string> rest, const std::string& name) {
+  rest.insert(rest.begin(), {"--line", "19200-8N1-ascii"});
+  return RunToEnd(OurMaster(cable_->Com1().string(), id_, std::move(rest)), dir_.path(), name, 30s);
 }
 
 }  // namespace quorvel::interop

@@ -6,7 +6,6 @@
 
 #include <fstream>
 #include <regex>
-#include <sstream>
 
 #include "InteropTestSupport.h"
 
@@ -34,33 +33,17 @@ std::vector<std::string> Lines(const fs::path& file) {
   return lines;
 }
 
-TEST(LogInterop, RunLogsThePanelValuesOfAPymodbusDevice) {
-  TempDir dir;
-  std::string missing;
-  const std::string python = PythonPeer(missing);
-  ASSERT_FALSE(python.empty()) << missing;
-  const NullModemCable cable(dir.path(), 19200);
-  ASSERT_TRUE(cable.Ready()) << cable.Problem();
+using LogInterop = PymodbusDeviceTest;
 
-  std::string problem;
-  const fs::path project = NewProjectFromList(dir.path(), kList, 100, problem);
-  ASSERT_FALSE(project.empty()) << problem;
-
-  Child device({python, SourceFile("pymodbus_ascii_server.py"), cable.Com2().string(), "19200", "7"}, dir.path(),
-               "device");
-  ASSERT_TRUE(device.WaitForLines(1, 20s)) << Report(device);
+TEST_F(LogInterop, RunLogsThePanelValuesOfAPymodbusDevice) {
+  ASSERT_NO_FATAL_FAILURE(StartDevice("7"));
+  const fs::path project = NewProjectFromList(dir_.path(), kList, 100);
+  ASSERT_FALSE(project.empty());
   const auto run = [&](const fs::path& log, bool every) {
-    std::vector<std::string> argv = {QuorvelCli(),    "run",
-                                     "--map",         "COM1=" + cable.Com1().string(),
-                                     "--seconds",     "2",
-                                     "--id",          "7",
-                                     "--line",        "19200-8N1-ascii",
-                                     "--log",         log.string(),
-                                     project.string()};
-    if (every) argv.push_back("--log-every");
-    const auto done = RunToEnd(argv, dir.path(), every ? "every" : "changes", 30s);
-    ASSERT_TRUE(done) << "quorvel-cli run did not end";
-    ASSERT_EQ(done->status, 0) << done->err;
+    std::vector<std::string> rest = {"--seconds", "2", "--log", log.string(), project.string()};
+    if (every) rest.emplace_back("--log-every");
+    const auto done = RunMaster(rest, every ? "every" : "changes");
+    ASSERT_EQ(done.status, 0) << done.err;
   };
 
   // In panel order: the holding registers' frame, then the input registers'.
@@ -68,7 +51,7 @@ TEST(LogInterop, RunLogsThePanelValuesOfAPymodbusDevice) {
   const std::string full = "-1234,25,,4660";  // FB2E, 250 x 0.1, HR 40 refused, 1234h
   const std::regex time(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3})");
 
-  const fs::path changes = dir.path() / "changes.csv";
+  const fs::path changes = dir_.path() / "changes.csv";
   run(changes, false);
   const std::vector<std::string> rows = Lines(changes);
   ASSERT_GE(rows.size(), 2u);
@@ -80,7 +63,7 @@ TEST(LogInterop, RunLogsThePanelValuesOfAPymodbusDevice) {
   for (std::size_t i = 1; i < rows.size(); ++i)
     EXPECT_TRUE(std::regex_match(rows[i].substr(0, rows[i].find(',')), time)) << rows[i];
 
-  const fs::path every = dir.path() / "every.csv";
+  const fs::path every = dir_.path() / "every.csv";
   run(every, true);
   const std::vector<std::string> answers = Lines(every);
   // Three requests each 100 ms for 2 s: far more than a row per value.

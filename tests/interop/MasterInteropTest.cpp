@@ -9,9 +9,7 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
 #include <nlohmann/json.hpp>
-#include <thread>
 
 #include "InteropMap.h"
 #include "InteropTestSupport.h"
@@ -63,21 +61,11 @@ std::vector<std::string> PymodbusAscii(const std::string& tty, const Line& line,
 }
 
 // Our slave emulating the same map (InteropDevice.json), with our side's line settings.
-std::vector<std::string> QuorvelSlave(const std::string& tty, const Line& line, const fs::path& dir,
-                                      std::string& missing) {
-  const fs::path project = dir / "device.qvc";
-  const auto built =
-      RunToEnd({QuorvelCli(), "build", SourceFile("InteropDevice.json"), "-o", project.string()}, dir, "build", 30s);
-  if (!built || built->status != 0) {
-    missing = "InteropDevice.json does not build: " + (built ? built->err : std::string("build did not end"));
-    return {};
-  }
-  std::vector<std::string> argv = {QuorvelCli(), "run",     "--map",    "COM2=" + tty,
-                                   "--com",      "2",       "--mode",   "slave",
-                                   "--id",       kDeviceId, "--line",   std::to_string(line.baud) + "-8N1",
-                                   "--seconds",  "0",       "--timing", line.timing};
+std::vector<std::string> QuorvelSlave(const std::string& tty, const Line& line, const fs::path& dir, std::string&) {
+  std::vector<std::string> argv =
+      OurSlave(tty, kDeviceId, {"--line", std::to_string(line.baud) + "-8N1", "--timing", line.timing});
   if (line.removeEcho) argv.emplace_back("--echo");
-  argv.push_back(project.string());
+  argv.push_back(Built(dir, SourceFile("InteropDevice.json"), "device.qvc").string());
   return argv;
 }
 
@@ -120,48 +108,34 @@ class MasterPolling : public testing::Test {
     const NullModemCable cable(dir_.path(), c.line.baud, c.line.echoingCable);
     ASSERT_TRUE(cable.Ready()) << cable.Problem();
 
-    const fs::path project = dir_.path() / "master.qvc";
-    const auto built = RunToEnd({QuorvelCli(), "build", SourceFile("InteropMaster.json"), "-o", project.string()},
-                                dir_.path(), "build", 30s);
-    ASSERT_TRUE(built && built->status == 0) << (built ? built->err : "build did not end");
+    const fs::path project = Built(dir_.path(), SourceFile("InteropMaster.json"), "master.qvc");
+    ASSERT_FALSE(project.empty());
 
     Child device(device_command, dir_.path(), "device");
     if (c.peer.saysReady) {
       ASSERT_TRUE(device.WaitForLines(1, 20s)) << Report(device);
       ASSERT_EQ(device.Out(), "ready\n") << Report(device);
     } else {
-      ASSERT_TRUE(device.WaitForOpen(cable.Device(cable.Com2()), 10s)) << Report(device);
-      // Our port drops what it holds while it is being set up: let that finish before the first request.
-      std::this_thread::sleep_for(200ms);
+      ASSERT_TRUE(device.WaitForPort(cable.Device(cable.Com2()), 10s)) << Report(device);
     }
 
-    std::vector<std::string> master = {
-        QuorvelCli(), "run",     "--map",  "COM1=" + cable.Com1().string(), "--seconds", "2",
-        "--id",       kDeviceId, "--line", OurLine(c.peer, c.line),         "--timing",  c.line.timing};
+    std::vector<std::string> master =
+        OurMaster(cable.Com1().string(), kDeviceId,
+                  {"--seconds", "2", "--line", OurLine(c.peer, c.line), "--timing", c.line.timing});
     if (c.line.removeEcho) master.emplace_back("--echo");
     master.push_back(project.string());
     const auto run = RunToEnd(master, dir_.path(), "master", 30s);
-    ASSERT_TRUE(run) << "quorvel-cli run did not end";
-    ASSERT_EQ(run->status, 0) << run->err;
-    master_ = Window(run->out);
-    EXPECT_EQ(master_["timing"], c.line.timing) << run->out;
-    EXPECT_EQ(master_["echo"], c.line.removeEcho) << run->out;
+    ASSERT_EQ(run.status, 0) << run.err;
+    master_ = FirstWindow(run.out);
+    EXPECT_EQ(master_["timing"], c.line.timing) << run.out;
+    EXPECT_EQ(master_["echo"], c.line.removeEcho) << run.out;
 
     if (c.peer.saysReady) {
       EXPECT_TRUE(device.Running()) << Report(device);
     } else {
       EXPECT_EQ(device.Stop(), 0) << Report(device);  // our slave prints its state as it ends
-      device_ = Window(device.Out());
+      device_ = FirstWindow(device.Out());
     }
-  }
-
-  // The first window of a run's state; null members when there is none.
-  static nlohmann::json Window(const std::string& out) {
-    auto state = nlohmann::json::parse(out, nullptr, false);
-    EXPECT_FALSE(state.is_discarded()) << out;
-    if (state.is_discarded()) return nlohmann::json::object();
-    EXPECT_EQ(state["messages"], nlohmann::json::array()) << out;
-    return state["windows"][0];
   }
 
   static int Failures(nlohmann::json& window) {
@@ -179,20 +153,16 @@ class MasterInterop : public MasterPolling, public testing::WithParamInterface<C
 
 TEST_P(MasterInterop, ShowsEveryValueOfTheDeviceWithoutAFailedTransaction) {
   ASSERT_NO_FATAL_FAILURE(Poll(GetParam()));
+  ExpectNoFailures(master_);
   auto& counters = master_["counters"];
-  for (const char* failure : kFailureCounters) EXPECT_EQ(counters[failure], 0) << failure << " in " << master_;
   // Four requests every 200 ms for 2 s: each at least twice, whatever the load.
   EXPECT_GE(counters["RequestCount"].get<int>(), 8) << master_;
   EXPECT_NE(master_["statistics"].get<std::string>().find("Err:0"), std::string::npos) << master_["statistics"];
-
-  std::map<std::string, std::string> shown;
-  for (const auto& value : master_["values"]) shown[value.value("label", "")] = value.value("text", "");
-  EXPECT_EQ(shown, kExpectedTexts);
+  EXPECT_EQ(Shown(master_), kExpectedTexts);
 
   if (!device_.is_null()) {
     // Our slave heard every request once, and only requests: its own answers coming back are not taken for more.
-    for (const char* failure : kFailureCounters)
-      EXPECT_EQ(device_["counters"][failure], 0) << failure << " in " << device_;
+    ExpectNoFailures(device_);
     // The request our master sent as it stopped may still be on its way when our slave is stopped.
     const int requests = counters["RequestCount"].get<int>();
     const int heard = device_["counters"]["SlaveRequestCount"].get<int>();

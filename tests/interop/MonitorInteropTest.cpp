@@ -9,7 +9,6 @@
 
 #include <nlohmann/json.hpp>
 #include <sstream>
-#include <thread>
 
 #include "InteropMap.h"
 #include "InteropTestSupport.h"
@@ -65,32 +64,16 @@ class MonitorInterop : public testing::Test {
     ASSERT_EQ(server_->Out(), "ready\n") << Report(*server_);
   }
 
-  // Waits until `listener` holds end 3 open and has set its port up: our port
-  // drops what it holds while that goes on.
-  void Listening(Child& listener) {
-    ASSERT_TRUE(listener.WaitForOpen(bus_->Device(3), 10s)) << Report(listener);
-    std::this_thread::sleep_for(200ms);
-  }
-
   // The pymodbus client on end 1, run to its end; what it got, step by step.
   nlohmann::json Client(const std::vector<std::string>& steps) {
-    std::vector<std::string> argv = {python_,
-                                     SourceFile("pymodbus_client.py"),
-                                     "--rtu",
-                                     "--gap",
-                                     "20",
-                                     bus_->End(1).string(),
-                                     std::to_string(kBaud),
-                                     kDeviceId};
-    argv.insert(argv.end(), steps.begin(), steps.end());
-    const auto run = RunToEnd(argv, dir_.path(), "client", 60s);
-    EXPECT_TRUE(run && run->status == 0) << (run ? run->err : "the client did not end");
-    if (!run || run->status != 0) return nlohmann::json::array();
-    return nlohmann::json::parse(run->out, nullptr, false);
+    return PymodbusClient(python_, dir_.path(),
+                          {"--rtu", "--gap", "20", bus_->End(1).string(), std::to_string(kBaud), kDeviceId}, steps);
   }
 
-  std::vector<std::string> OurPort() const {
-    return {"--map", "COM3=" + bus_->End(3).string(), "--com", "3", "--line", kLine};
+  // `argv` with our port on end 3.
+  std::vector<std::string> OnOurPort(std::vector<std::string> argv) const {
+    argv.insert(argv.end(), {"--map", "COM3=" + bus_->End(3).string(), "--com", "3", "--line", kLine});
+    return argv;
   }
 
   TempDir dir_;
@@ -100,16 +83,13 @@ class MonitorInterop : public testing::Test {
 };
 
 TEST_F(MonitorInterop, MonitorWindowShowsTheMapAsOurMasterWouldAndCountsWhatItHeard) {
-  const fs::path project = dir_.path() / "master.qvc";
-  const auto built = RunToEnd({QuorvelCli(), "build", SourceFile("InteropMaster.json"), "-o", project.string()},
-                              dir_.path(), "build", 30s);
-  ASSERT_TRUE(built && built->status == 0) << (built ? built->err : "build did not end");
+  const fs::path project = Built(dir_.path(), SourceFile("InteropMaster.json"), "master.qvc");
+  ASSERT_FALSE(project.empty());
   const fs::path traffic = dir_.path() / "traffic.txt";
-  std::vector<std::string> argv = {QuorvelCli(), "run", project.string(), "--mode",        "monitor", "--id", kDeviceId,
-                                   "--seconds",  "0",   "--traffic",      traffic.string()};
-  for (const std::string& arg : OurPort()) argv.push_back(arg);
-  Child monitor(argv, dir_.path(), "monitor");
-  ASSERT_NO_FATAL_FAILURE(Listening(monitor));
+  Child monitor(OnOurPort({QuorvelCli(), "run", project.string(), "--mode", "monitor", "--id", kDeviceId, "--seconds",
+                           "0", "--traffic", traffic.string()}),
+                dir_.path(), "monitor");
+  ASSERT_TRUE(monitor.WaitForPort(bus_->Device(3), 10s)) << Report(monitor);
 
   const nlohmann::json answers = Client(ReadsOfTheMap(kRounds));
   for (const auto& answer : answers) EXPECT_FALSE(answer.contains("error")) << answer;
@@ -118,23 +98,15 @@ TEST_F(MonitorInterop, MonitorWindowShowsTheMapAsOurMasterWouldAndCountsWhatItHe
   EXPECT_TRUE(WaitForFileLines(traffic, frames, 10s)) << Report(monitor);
   ASSERT_EQ(monitor.Stop(), 0) << Report(monitor);
 
-  const auto state = nlohmann::json::parse(monitor.Out(), nullptr, false);
-  ASSERT_FALSE(state.is_discarded()) << Report(monitor);
-  EXPECT_EQ(state["messages"], nlohmann::json::array()) << state;
-  const auto& window = state["windows"][0];
-  std::map<std::string, std::string> shown;
-  for (const auto& value : window["values"]) shown[value.value("label", "")] = value.value("text", "");
-  EXPECT_EQ(shown, kExpectedTexts);
-  const auto& counters = window["counters"];
-  EXPECT_EQ(counters["RequestCount"], kRounds * std::size(kBlocks)) << window;
-  for (const char* failure : kFailureCounters) EXPECT_EQ(counters[failure], 0) << failure << " in " << window;
+  auto window = FirstWindow(monitor.Out());
+  EXPECT_EQ(Shown(window), kExpectedTexts);
+  EXPECT_EQ(window["counters"]["RequestCount"], kRounds * std::size(kBlocks)) << window;
+  ExpectNoFailures(window);
 }
 
 TEST_F(MonitorInterop, JsonLinesPairEveryRequestWithItsAnswer) {
-  std::vector<std::string> argv = {QuorvelCli(), "monitor", "--json", "--seconds", "0"};
-  for (const std::string& arg : OurPort()) argv.push_back(arg);
-  Child monitor(argv, dir_.path(), "monitor");
-  ASSERT_NO_FATAL_FAILURE(Listening(monitor));
+  Child monitor(OnOurPort({QuorvelCli(), "monitor", "--json", "--seconds", "0"}), dir_.path(), "monitor");
+  ASSERT_TRUE(monitor.WaitForPort(bus_->Device(3), 10s)) << Report(monitor);
 
   std::vector<std::string> steps = ReadsOfTheMap(1);
   steps.emplace_back(kMissingRegister);
@@ -164,13 +136,12 @@ TEST_F(MonitorInterop, JsonLinesPairEveryRequestWithItsAnswer) {
     const auto& request = lines[2 * b];
     const auto& response = lines[2 * b + 1];
     EXPECT_EQ(request["kind"], "request");
-    EXPECT_EQ(request["function"], block.function);
-    EXPECT_EQ(request["address"], 0);
-    EXPECT_EQ(request["count"], block.values.size());
     EXPECT_EQ(response["kind"], "response");
-    EXPECT_EQ(response["function"], block.function);
-    EXPECT_EQ(response["address"], 0) << "the address of the request it answers";
-    EXPECT_EQ(response["count"], block.values.size());
+    for (const auto& line : {request, response}) {  // the answer carries the address of the request it answers
+      EXPECT_EQ(line["function"], block.function) << line;
+      EXPECT_EQ(line["address"], 0) << line;
+      EXPECT_EQ(line["count"], block.values.size()) << line;
+    }
     EXPECT_EQ(response["values"], nlohmann::json(block.values));
     EXPECT_LT(request["time"].get<double>(), response["time"].get<double>());
   }
@@ -198,12 +169,10 @@ void PrintTo(const SendCase& c, std::ostream* out) { *out << c.name; }
 class SendOnTheBus : public MonitorInterop, public testing::WithParamInterface<SendCase> {};
 
 TEST_P(SendOnTheBus, PrintsTheAnswerOrTimeout) {
-  std::vector<std::string> argv = {QuorvelCli(), "send", GetParam().frame, "--timeout", "500"};
-  for (const std::string& arg : OurPort()) argv.push_back(arg);
-  const auto run = RunToEnd(argv, dir_.path(), "send", 30s);
-  ASSERT_TRUE(run) << "send did not end";
-  EXPECT_EQ(run->status, GetParam().status) << run->out << run->err;
-  EXPECT_EQ(run->out, GetParam().printed) << run->err;
+  const auto run =
+      RunToEnd(OnOurPort({QuorvelCli(), "send", GetParam().frame, "--timeout", "500"}), dir_.path(), "send", 30s);
+  EXPECT_EQ(run.status, GetParam().status) << run.out << run.err;
+  EXPECT_EQ(run.out, GetParam().printed) << run.err;
 }
 
 INSTANTIATE_TEST_SUITE_P(

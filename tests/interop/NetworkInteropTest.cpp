@@ -10,10 +10,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
-#include <sstream>
 #include <thread>
 
 #include "InteropMap.h"
@@ -61,35 +59,6 @@ int PortIn(const std::string& out, const std::string& word) {
   return std::atoi(out.c_str() + at + word.size());
 }
 
-fs::path Built(const fs::path& dir, const std::string& json, const std::string& name) {
-  const fs::path project = dir / name;
-  const auto built = RunToEnd({QuorvelCli(), "build", SourceFile(json), "-o", project.string()}, dir, "build", 30s);
-  EXPECT_TRUE(built && built->status == 0) << (built ? built->err : "build did not end");
-  return project;
-}
-
-nlohmann::json FirstWindow(const std::string& out) {
-  auto state = nlohmann::json::parse(out, nullptr, false);
-  EXPECT_FALSE(state.is_discarded()) << out;
-  if (state.is_discarded()) return nlohmann::json::object();
-  EXPECT_EQ(state["messages"], nlohmann::json::array()) << out;
-  return state["windows"][0];
-}
-
-// What mbpoll printed for a read: the values after "[n]:", blank-separated.
-std::string MbpollValues(const std::string& out) {
-  std::istringstream lines(out);
-  std::string result;
-  for (std::string line; std::getline(lines, line);) {
-    if (line.empty() || line[0] != '[' || line.find("]:") == std::string::npos) continue;
-    std::istringstream fields(line.substr(line.find("]:") + 2));
-    std::string value;
-    fields >> value;
-    result += (result.empty() ? "" : " ") + value;
-  }
-  return result;
-}
-
 // mbpoll's command for one step on 127.0.0.1:`port`: its options, then the values written (none for a read).
 std::vector<std::string> Mbpoll(const std::string& mbpoll, int port, const std::string& unit,
                                 const std::vector<std::string>& options, const std::vector<std::string>& writes = {}) {
@@ -105,13 +74,7 @@ nlohmann::json PymodbusOverTcp(const fs::path& dir, int port, const std::string&
   std::string missing;
   const std::string python = PythonPeer(missing);
   EXPECT_FALSE(python.empty()) << missing;
-  std::vector<std::string> argv = {python, SourceFile("pymodbus_client.py"), "--tcp",
-                                   "127.0.0.1:" + std::to_string(port), unit};
-  argv.insert(argv.end(), steps.begin(), steps.end());
-  const auto run = RunToEnd(argv, dir, "pymodbus", 30s);
-  EXPECT_TRUE(run && run->status == 0) << (run ? run->err : "pymodbus client did not end");
-  if (!run) return nlohmann::json::array();
-  return nlohmann::json::parse(run->out, nullptr, false);
+  return PymodbusClient(python, dir, {"--tcp", "127.0.0.1:" + std::to_string(port), unit}, steps);
 }
 
 struct NetworkPeer {
@@ -138,19 +101,16 @@ TEST_P(MasterOverNetwork, ShowsEveryValueWithoutAFailedTransaction) {
   const int port = PortIn(server.Out(), "ready ");
   ASSERT_NE(port, 0) << Report(server);
 
-  const fs::path project = Built(dir.path(), "InteropMaster.json", "master.qvc");
+  const fs::path project = Built(dir.path(), SourceFile("InteropMaster.json"), "master.qvc");
+  ASSERT_FALSE(project.empty());
   const std::string path = std::string(peer.scheme) + "127.0.0.1:" + std::to_string(port);
-  const auto run = RunToEnd({QuorvelCli(), "run", "--map", "COM1=" + path, "--seconds", "2", "--id", kDeviceId,
-                             "--line", "19200-8N1", project.string()},
+  const auto run = RunToEnd(OurMaster(path, kDeviceId, {"--seconds", "2", "--line", "19200-8N1", project.string()}),
                             dir.path(), "master", 30s);
-  ASSERT_TRUE(run) << "quorvel-cli run did not end";
-  ASSERT_EQ(run->status, 0) << run->err;
-  nlohmann::json window = FirstWindow(run->out);
-  for (const char* failure : kFailureCounters) EXPECT_EQ(window["counters"][failure], 0) << failure << " in " << window;
+  ASSERT_EQ(run.status, 0) << run.err;
+  nlohmann::json window = FirstWindow(run.out);
+  ExpectNoFailures(window);
   EXPECT_GE(window["counters"]["RequestCount"].get<int>(), 8) << window;
-  std::map<std::string, std::string> shown;
-  for (const auto& value : window["values"]) shown[value.value("label", "")] = value.value("text", "");
-  EXPECT_EQ(shown, kExpectedTexts);
+  EXPECT_EQ(Shown(window), kExpectedTexts);
   EXPECT_TRUE(server.Running()) << Report(server);
 }
 
@@ -165,15 +125,14 @@ TEST(NetworkInterop, MbpollAndPymodbusTalkModbusTcpToOurSlave) {
   const std::string mbpoll = FindPeer("mbpoll", missing);
   ASSERT_FALSE(mbpoll.empty()) << missing;
   TempDir dir;
-  const fs::path project = Built(dir.path(), "InteropSlave.json", "slave.qvc");
+  const fs::path project = Built(dir.path(), SourceFile("InteropSlave.json"), "slave.qvc");
+  ASSERT_FALSE(project.empty());
   // A port free a moment ago may be taken meanwhile: another one then.
   std::optional<Child> slave;
   int port = 0;
   for (int attempt = 0; attempt < 3 && port == 0; ++attempt) {
     const int candidate = FreePort();
-    slave.emplace(std::vector<std::string>{QuorvelCli(), "run", "--map",
-                                           "COM1=mbtcp-listen://127.0.0.1:" + std::to_string(candidate), "--com", "1",
-                                           "--mode", "slave", "--id", kSlaveId, "--seconds", "0", project.string()},
+    slave.emplace(OurSlave("mbtcp-listen://127.0.0.1:" + std::to_string(candidate), kSlaveId, {project.string()}),
                   dir.path(), "slave");
     for (int i = 0; i < 100 && slave->Running() && !Accepts(candidate); ++i) std::this_thread::sleep_for(50ms);
     if (slave->Running() && Accepts(candidate)) port = candidate;
@@ -182,13 +141,11 @@ TEST(NetworkInterop, MbpollAndPymodbusTalkModbusTcpToOurSlave) {
 
   const auto read =
       RunToEnd(Mbpoll(mbpoll, port, kSlaveId, {"-t", "4", "-r", "0", "-c", "5"}), dir.path(), "mbpoll", 15s);
-  ASSERT_TRUE(read) << "mbpoll did not end";
-  EXPECT_EQ(read->status, 0) << read->err;
-  EXPECT_EQ(MbpollValues(read->out), "1234 65534 0 16464 40000") << read->out;
+  EXPECT_EQ(read.status, 0) << read.err;
+  EXPECT_EQ(MbpollOutcome(read.out), "1234 65534 0 16464 40000") << read.out;
   const auto write =
       RunToEnd(Mbpoll(mbpoll, port, kSlaveId, {"-t", "4", "-r", "0"}, {"4321"}), dir.path(), "mbpoll", 15s);
-  ASSERT_TRUE(write) << "mbpoll did not end";
-  EXPECT_EQ(write->status, 0) << write->err;
+  EXPECT_EQ(write.status, 0) << write.err;
 
   const nlohmann::json results = PymodbusOverTcp(dir.path(), port, kSlaveId, {"read_holding 0 2", "read_input 0 1"});
   ASSERT_TRUE(results.is_array()) << results;
@@ -198,7 +155,7 @@ TEST(NetworkInterop, MbpollAndPymodbusTalkModbusTcpToOurSlave) {
 
   EXPECT_EQ(slave->Stop(), 0) << Report(*slave);
   nlohmann::json window = FirstWindow(slave->Out());
-  for (const char* failure : kFailureCounters) EXPECT_EQ(window["counters"][failure], 0) << failure << " in " << window;
+  ExpectNoFailures(window);
   EXPECT_EQ(window["counters"]["SlaveRequestCount"], 4) << window;
 }
 
@@ -210,10 +167,10 @@ TEST(NetworkInterop, GatewayCarriesRequestsToASerialSlaveAndAnswers0x0BForNoDevi
   TempDir dir;
   const NullModemCable cable(dir.path(), 19200);
   ASSERT_TRUE(cable.Ready()) << cable.Problem();
-  const fs::path project = Built(dir.path(), "InteropSlave.json", "slave.qvc");
-  Child slave({QuorvelCli(), "run", "--map", "COM2=" + cable.Com2().string(), "--com", "2", "--mode", "slave", "--id",
-               kSlaveId, "--seconds", "0", "--line", "19200-8N1", project.string()},
-              dir.path(), "slave");
+  const fs::path project = Built(dir.path(), SourceFile("InteropSlave.json"), "slave.qvc");
+  ASSERT_FALSE(project.empty());
+  Child slave(OurSlave(cable.Com2().string(), kSlaveId, {"--line", "19200-8N1", project.string()}), dir.path(),
+              "slave");
   ASSERT_TRUE(slave.WaitForOpen(cable.Device(cable.Com2()), 10s)) << Report(slave);
   Child gateway({QuorvelCli(), "gateway", "--listen", "127.0.0.1:0", "--map", "COM1=" + cable.Com1().string(), "--com",
                  "1", "--line", "19200-8N1", "--timeout", "300", "--verbose"},
@@ -225,9 +182,8 @@ TEST(NetworkInterop, GatewayCarriesRequestsToASerialSlaveAndAnswers0x0BForNoDevi
 
   const auto read =
       RunToEnd(Mbpoll(mbpoll, port, kSlaveId, {"-t", "4", "-r", "0", "-c", "5"}), dir.path(), "mbpoll", 15s);
-  ASSERT_TRUE(read) << "mbpoll did not end";
-  EXPECT_EQ(read->status, 0) << read->err << Report(gateway);
-  EXPECT_EQ(MbpollValues(read->out), "1234 65534 0 16464 40000") << read->out;
+  EXPECT_EQ(read.status, 0) << read.err << Report(gateway);
+  EXPECT_EQ(MbpollOutcome(read.out), "1234 65534 0 16464 40000") << read.out;
 
   const nlohmann::json results = PymodbusOverTcp(dir.path(), port, kSlaveId, {"read_input 0 1"});
   ASSERT_EQ(results.size(), 1u) << results;
@@ -237,9 +193,8 @@ TEST(NetworkInterop, GatewayCarriesRequestsToASerialSlaveAndAnswers0x0BForNoDevi
   ASSERT_EQ(absent.size(), 1u) << absent;
   EXPECT_EQ(absent[0]["exception"], 11) << absent << Report(gateway);
   const auto none = RunToEnd(Mbpoll(mbpoll, port, "18", {"-t", "4", "-r", "0"}), dir.path(), "mbpoll", 15s);
-  ASSERT_TRUE(none) << "mbpoll did not end";
-  EXPECT_NE(none->status, 0) << none->out;
-  EXPECT_NE(none->err.find("arget"), std::string::npos) << none->err;
+  EXPECT_NE(none.status, 0) << none.out;
+  EXPECT_NE(none.err.find("arget"), std::string::npos) << none.err;
 
   EXPECT_EQ(gateway.Stop(), 0) << Report(gateway);
   const std::string out = gateway.Out();

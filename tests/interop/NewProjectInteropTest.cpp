@@ -4,9 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <nlohmann/json.hpp>
-
 #include "InteropTestSupport.h"
 
 namespace quorvel::interop {
@@ -54,33 +51,20 @@ const std::vector<std::string> kExpected = {
     "10",              // inputs 0..1: 0 1
 };
 
-TEST(NewProjectInterop, PollsAPymodbusDeviceWithEveryListedValue) {
-  TempDir dir;
-  std::string missing;
-  const std::string python = PythonPeer(missing);
-  ASSERT_FALSE(python.empty()) << missing;
-  const NullModemCable cable(dir.path(), 19200);
-  ASSERT_TRUE(cable.Ready()) << cable.Problem();
+using NewProjectInterop = PymodbusDeviceTest;
 
-  std::string problem;
-  const fs::path project = NewProjectFromList(dir.path(), kList, 200, problem);
-  ASSERT_FALSE(project.empty()) << problem;
-  const auto dumped = RunToEnd({QuorvelCli(), "dump", project.string()}, dir.path(), "dump", 30s);
-  ASSERT_TRUE(dumped && dumped->status == 0) << (dumped ? dumped->err : "dump did not end");
-  EXPECT_EQ(dumped->err, "");
+TEST_F(NewProjectInterop, PollsAPymodbusDeviceWithEveryListedValue) {
+  ASSERT_NO_FATAL_FAILURE(StartDevice("7"));
+  const fs::path project = NewProjectFromList(dir_.path(), kList, 200);
+  ASSERT_FALSE(project.empty());
+  const auto dumped = RunToEnd({QuorvelCli(), "dump", project.string()}, dir_.path(), "dump", 30s);
+  ASSERT_EQ(dumped.status, 0) << dumped.err;
+  EXPECT_EQ(dumped.err, "");
 
-  Child device({python, SourceFile("pymodbus_ascii_server.py"), cable.Com2().string(), "19200", "7"}, dir.path(),
-               "device");
-  ASSERT_TRUE(device.WaitForLines(1, 20s)) << Report(device);
-  const auto run = RunToEnd({QuorvelCli(), "run", "--map", "COM1=" + cable.Com1().string(), "--seconds", "2", "--id",
-                             "7", "--line", "19200-8N1-ascii", project.string()},
-                            dir.path(), "master", 30s);
-  ASSERT_TRUE(run) << "quorvel-cli run did not end";
-  ASSERT_EQ(run->status, 0) << run->err;
-  const auto state = nlohmann::json::parse(run->out, nullptr, false);
-  ASSERT_FALSE(state.is_discarded()) << run->out;
-  const auto& window = state["windows"][0];
-  for (const char* failure : kFailureCounters) EXPECT_EQ(window["counters"][failure], 0) << failure << window;
+  const auto run = RunMaster({"--seconds", "2", project.string()}, "master");
+  ASSERT_EQ(run.status, 0) << run.err;
+  auto window = FirstWindow(run.out);
+  ExpectNoFailures(window);
   // Five requests (HR, IR, C, DI) every 200 ms: each at least twice, whatever the load.
   EXPECT_GE(window["counters"]["RequestCount"].get<int>(), 8) << window;
   std::vector<std::string> shown;

@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <thread>
-
 #include "InteropTestSupport.h"
 
 namespace quorvel::interop {
@@ -14,13 +12,12 @@ namespace {
 constexpr const char* kLine = "19200-8N1-ascii";
 
 // Our slave with id `id` on end `end` of the bus, emulating the values of `range`.
-std::vector<std::string> OurSlave(const fs::path& dir, const std::string& end, const std::string& id,
-                                  const std::string& range) {
+std::vector<std::string> SlaveOf(const fs::path& dir, const std::string& end, const std::string& id,
+                                 const std::string& range) {
   const fs::path project = dir / ("slave" + id + ".qvc");
   const auto made = RunToEnd({QuorvelCli(), "new", "--range", range, "-o", project.string()}, dir, "new" + id, 30s);
-  EXPECT_TRUE(made && made->status == 0) << (made ? made->err : "new did not end");
-  return {QuorvelCli(), "run", "--map",  "COM2=" + end, "--com",     "2", "--mode",        "slave",
-          "--id",       id,    "--line", kLine,         "--seconds", "0", project.string()};
+  EXPECT_EQ(made.status, 0) << made.err;
+  return OurSlave(end, id, {"--line", kLine, project.string()});
 }
 
 TEST(ScanInterop, FindsOurSlavesAndAPymodbusDeviceOnABus) {
@@ -28,29 +25,24 @@ TEST(ScanInterop, FindsOurSlavesAndAPymodbusDeviceOnABus) {
   std::string missing;
   const std::string python = PythonPeer(missing);
   ASSERT_FALSE(python.empty()) << missing;
-  const fs::path ends = dir.path() / "bus";
-  fs::create_directory(ends);
-  Child bus({QuorvelCli(), "bus", "--ends", "4", "--link", ends.string()}, dir.path(), "bus");
-  ASSERT_TRUE(bus.WaitForLines(4, 10s)) << Report(bus);
+  const VirtualBus bus(dir.path(), 4, 19200);
+  ASSERT_TRUE(bus.Ready()) << bus.Problem();
 
   // Id 3 has register 0; id 9 has only registers 10..13 and answers exception 2.
-  Child three(OurSlave(dir.path(), (ends / "2").string(), "3", "HR:0-3"), dir.path(), "three");
-  Child nine(OurSlave(dir.path(), (ends / "3").string(), "9", "HR:10-13"), dir.path(), "nine");
-  Child pymodbus({python, SourceFile("pymodbus_ascii_server.py"), (ends / "4").string(), "19200", "7"}, dir.path(),
+  Child three(SlaveOf(dir.path(), bus.End(2).string(), "3", "HR:0-3"), dir.path(), "three");
+  Child nine(SlaveOf(dir.path(), bus.End(3).string(), "9", "HR:10-13"), dir.path(), "nine");
+  Child pymodbus({python, SourceFile("pymodbus_ascii_server.py"), bus.End(4).string(), "19200", "7"}, dir.path(),
                  "pymodbus");
-  ASSERT_TRUE(three.WaitForOpen(fs::canonical(ends / "2"), 10s)) << Report(three);
-  ASSERT_TRUE(nine.WaitForOpen(fs::canonical(ends / "3"), 10s)) << Report(nine);
+  ASSERT_TRUE(three.WaitForPort(bus.Device(2), 10s)) << Report(three);
+  ASSERT_TRUE(nine.WaitForPort(bus.Device(3), 10s)) << Report(nine);
   ASSERT_TRUE(pymodbus.WaitForLines(1, 20s)) << Report(pymodbus);
-  // Our ports drop what they hold while they are being set up: let that finish.
-  std::this_thread::sleep_for(200ms);
 
-  const auto scan = RunToEnd({QuorvelCli(), "scan", "--map", "COM1=" + (ends / "1").string(), "--com", "1", "--line",
+  const auto scan = RunToEnd({QuorvelCli(), "scan", "--map", "COM1=" + bus.End(1).string(), "--com", "1", "--line",
                               kLine, "--ids", "1-10", "--timeout", "500"},
                              dir.path(), "scan", 30s);
-  ASSERT_TRUE(scan) << "scan did not end";
-  EXPECT_EQ(scan->status, 0) << scan->err;
-  EXPECT_EQ(scan->out, "3: registers\n7: registers\n9: exception 2\n") << scan->err;
-  EXPECT_NE(scan->err.find("scan: 100% (3 found)"), std::string::npos) << scan->err;
+  EXPECT_EQ(scan.status, 0) << scan.err;
+  EXPECT_EQ(scan.out, "3: registers\n7: registers\n9: exception 2\n") << scan.err;
+  EXPECT_NE(scan.err.find("scan: 100% (3 found)"), std::string::npos) << scan.err;
 }
 
 TEST(ScanInterop, SaysSoWhenNothingAnswers) {
@@ -60,11 +52,10 @@ TEST(ScanInterop, SaysSoWhenNothingAnswers) {
   const auto scan = RunToEnd({QuorvelCli(), "scan", "--map", "COM1=" + cable.Com1().string(), "--com", "1", "--ids",
                               "1-3", "--timeout", "50", "--bauds", "9600,19200"},
                              dir.path(), "scan", 30s);
-  ASSERT_TRUE(scan) << "scan did not end";
-  EXPECT_EQ(scan->status, 1);
-  EXPECT_EQ(scan->out, "");
-  EXPECT_NE(scan->err.find("scan at 19200 baud: 100% (0 found)"), std::string::npos) << scan->err;
-  EXPECT_NE(scan->err.find("no device answered"), std::string::npos) << scan->err;
+  EXPECT_EQ(scan.status, 1);
+  EXPECT_EQ(scan.out, "");
+  EXPECT_NE(scan.err.find("scan at 19200 baud: 100% (0 found)"), std::string::npos) << scan.err;
+  EXPECT_NE(scan.err.find("no device answered"), std::string::npos) << scan.err;
 }
 
 }  // namespace

@@ -17,8 +17,6 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 #include <optional>
-#include <sstream>
-#include <thread>
 
 #include "InteropTestSupport.h"
 
@@ -41,46 +39,26 @@ class SlaveInterop : public testing::Test {
     const std::string line = std::to_string(baud) + "-" + framing;
     cable_.emplace(dir_.path(), baud);
     ASSERT_TRUE(cable_->Ready()) << cable_->Problem();
-    const fs::path project = dir_.path() / "slave.qvc";
-    const auto built = RunToEnd({QuorvelCli(), "build", SourceFile("InteropSlave.json"), "-o", project.string()},
-                                dir_.path(), "build", 30s);
-    ASSERT_TRUE(built && built->status == 0) << (built ? built->err : "build did not end");
-    slave_.emplace(std::vector<std::string>{QuorvelCli(), "run", "--map", "COM2=" + cable_->Com2().string(), "--com",
-                                            "2", "--mode", "slave", "--id", kSlaveId, "--seconds", "0", "--line", line,
-                                            "--timing", timing, project.string()},
+    const fs::path project = Built(dir_.path(), SourceFile("InteropSlave.json"), "slave.qvc");
+    ASSERT_FALSE(project.empty());
+    slave_.emplace(OurSlave(cable_->Com2().string(), kSlaveId, {"--line", line, "--timing", timing, project.string()}),
                    dir_.path(), "slave");
-    ASSERT_TRUE(slave_->WaitForOpen(cable_->Device(cable_->Com2()), 10s)) << Report(*slave_);
-    // The port drops what it holds while it is being set up; a request sent
-    // in that moment would be lost, so give the set-up time to finish.
-    std::this_thread::sleep_for(200ms);
+    ASSERT_TRUE(slave_->WaitForPort(cable_->Device(cable_->Com2()), 10s)) << Report(*slave_);
   }
 
   // Ends our slave as a user would (SIGTERM) and returns its window's state.
   nlohmann::json StopSlave() {
-    const int status = slave_->Stop();
-    EXPECT_EQ(status, 0) << Report(*slave_);
-    auto state = nlohmann::json::parse(slave_->Out(), nullptr, false);
-    EXPECT_FALSE(state.is_discarded()) << Report(*slave_);
-    if (state.is_discarded()) return nlohmann::json::object();
-    EXPECT_EQ(state["messages"], nlohmann::json::array());
-    return state["windows"][0];
+    EXPECT_EQ(slave_->Stop(), 0) << Report(*slave_);
+    return FirstWindow(slave_->Out());
   }
 
   // The window's failure counters are all zero, and it answered `requests`
   // requests; `cut` of them may have been cut off as the master stopped.
   static void ExpectAllAnswered(nlohmann::json& window, int requests, int cut = 0) {
-    for (const char* failure : kFailureCounters)
-      EXPECT_EQ(window["counters"][failure], 0) << failure << " in " << window;
+    ExpectNoFailures(window);
     const int answered = window["counters"]["SlaveRequestCount"].get<int>();
     EXPECT_LE(answered, requests) << window;
     EXPECT_GE(answered, requests - cut) << window;
-  }
-
-  static std::string Text(const nlohmann::json& window, const std::string& label) {
-    for (const auto& value : window.value("values", nlohmann::json::array())) {
-      if (value.value("label", "") == label) return value.value("text", "");
-    }
-    return "(no " + label + ")";
   }
 
   TempDir dir_;
@@ -94,21 +72,6 @@ struct MbpollStep {
   std::string expect;               // the values read, blank-separated; mbpoll's report; or its exception text
   bool refused;
 };
-
-// What mbpoll printed for a successful step: the values after "[n]:", or its report of a write.
-std::string Outcome(const std::string& out) {
-  std::istringstream lines(out);
-  std::string result;
-  for (std::string line; std::getline(lines, line);) {
-    if (line.rfind("Written ", 0) == 0) return line;
-    if (line.empty() || line[0] != '[' || line.find("]:") == std::string::npos) continue;
-    std::istringstream fields(line.substr(line.find("]:") + 2));
-    std::string value;
-    fields >> value;  // "65534 (-2)": the first number is the register as it came
-    result += (result.empty() ? "" : " ") + value;
-  }
-  return result;
-}
 
 // mbpoll's options for our slave on COM1, up to the ones that say what to do.
 std::vector<std::string> MbpollLine(const std::string& mbpoll, int baud = kBaud) {
@@ -144,13 +107,12 @@ TEST_F(SlaveInterop, MbpollRtuReadsWritesAndGetsExceptionAnswers) {
     std::string line;
     for (const auto& arg : argv) line += arg + " ";
     const auto run = RunToEnd(argv, dir_.path(), "mbpoll", 15s);
-    ASSERT_TRUE(run) << line << ": did not end";
     if (step.refused) {
-      EXPECT_NE(run->status, 0) << line << "\n" << run->out;
-      EXPECT_NE(run->err.find(step.expect), std::string::npos) << line << "\n" << run->err;
+      EXPECT_NE(run.status, 0) << line << "\n" << run.out;
+      EXPECT_NE(run.err.find(step.expect), std::string::npos) << line << "\n" << run.err;
     } else {
-      EXPECT_EQ(run->status, 0) << line << "\n" << run->err;
-      EXPECT_EQ(Outcome(run->out), step.expect) << line << "\n" << run->out;
+      EXPECT_EQ(run.status, 0) << line << "\n" << run.err;
+      EXPECT_EQ(MbpollOutcome(run.out), step.expect) << line << "\n" << run.out;
     }
   }
 
@@ -158,9 +120,10 @@ TEST_F(SlaveInterop, MbpollRtuReadsWritesAndGetsExceptionAnswers) {
   EXPECT_EQ(window["counters"]["SlaveRequestCount"], std::size(steps));
   EXPECT_EQ(window["counters"]["Ex1"], 2);
   EXPECT_EQ(window["counters"]["Ex2"], 1);
-  EXPECT_EQ(Text(window, "HR0000"), "4 321");
-  EXPECT_EQ(Text(window, "HR0002"), "6.00");
-  EXPECT_EQ(Text(window, "C 0001"), "1");
+  const auto shown = Shown(window);
+  EXPECT_EQ(shown.at("HR0000"), "4 321");
+  EXPECT_EQ(shown.at("HR0002"), "6.00");
+  EXPECT_EQ(shown.at("C 0001"), "1");
 }
 
 TEST_F(SlaveInterop, PymodbusAsciiClientReadsWritesAndGetsExceptionAnswers) {
@@ -186,15 +149,11 @@ TEST_F(SlaveInterop, PymodbusAsciiClientReadsWritesAndGetsExceptionAnswers) {
       {"mask_write 0 255 0", R"({"exception": 1})"},  // function 22 not served
       {"read_discrete 0 1", R"({"exception": 1})"},   // no discrete inputs
   };
-  std::vector<std::string> argv = {python, SourceFile("pymodbus_client.py"), cable_->Com1().string(),
-                                   std::to_string(kBaud), kSlaveId};
-  for (const auto& [step, expect] : steps) argv.push_back(step);
-  const auto run = RunToEnd(argv, dir_.path(), "client", 60s);
-  ASSERT_TRUE(run) << "pymodbus_client.py did not end";
-  ASSERT_EQ(run->status, 0) << run->err;
-  const auto results = nlohmann::json::parse(run->out, nullptr, false);
-  ASSERT_TRUE(results.is_array()) << run->out << run->err;
-  ASSERT_EQ(results.size(), std::size(steps)) << run->out;
+  std::vector<std::string> names;
+  for (const auto& [step, expect] : steps) names.push_back(step);
+  const auto results =
+      PymodbusClient(python, dir_.path(), {cable_->Com1().string(), std::to_string(kBaud), kSlaveId}, names);
+  ASSERT_EQ(results.size(), std::size(steps)) << results;
   for (std::size_t i = 0; i < std::size(steps); ++i) {
     auto expected = nlohmann::json::parse(steps[i].second);
     expected["step"] = steps[i].first;
@@ -206,8 +165,8 @@ TEST_F(SlaveInterop, PymodbusAsciiClientReadsWritesAndGetsExceptionAnswers) {
   EXPECT_EQ(window["counters"]["Ex1"], 3);
   EXPECT_EQ(window["counters"]["Ex2"], 2);
   EXPECT_EQ(window["counters"]["Ex3"], 2);
-  EXPECT_EQ(Text(window, "HR0004"), "12 345");
-  EXPECT_EQ(Text(window, "C 0003"), "0");
+  EXPECT_EQ(Shown(window).at("HR0004"), "12 345");
+  EXPECT_EQ(Shown(window).at("C 0003"), "0");
 }
 
 // In Standard timing a request is taken as soon as its length is complete, so
@@ -242,7 +201,7 @@ TEST_F(SlaveInterop, StandardTimingAnswersMbpollPollingEvery10Ms) {
   EXPECT_GE(answered, static_cast<int>(kPolls)) << out;
   std::string every;
   for (int i = 0; i < answered; ++i) every += std::string(every.empty() ? "" : " ") + "1234 65534 0 16464 40000";
-  EXPECT_EQ(Outcome(out), every);
+  EXPECT_EQ(MbpollOutcome(out), every);
 
   auto window = StopSlave();
   ExpectAllAnswered(window, sent, sent - answered);
@@ -255,22 +214,11 @@ TEST_F(SlaveInterop, StandardTimingAnswersPymodbusRtuPollingEvery5Ms) {
   ASSERT_NO_FATAL_FAILURE(StartSlave("8N1", "standard", kStandardBaud));
 
   constexpr int kPolls = 60;
-  std::vector<std::string> argv = {python,
-                                   SourceFile("pymodbus_client.py"),
-                                   "--rtu",
-                                   "--gap",
-                                   "5",
-                                   cable_->Com1().string(),
-                                   std::to_string(kStandardBaud),
-                                   kSlaveId};
-  argv.insert(argv.end(), kPolls, "read_holding 0 5");
-  const auto run = RunToEnd(argv, dir_.path(), "client", 60s);
-  ASSERT_TRUE(run) << "pymodbus_client.py did not end";
-  ASSERT_EQ(run->status, 0) << run->err;
-  const auto results = nlohmann::json::parse(run->out, nullptr, false);
-  ASSERT_TRUE(results.is_array()) << run->out << run->err;
+  const auto results = PymodbusClient(
+      python, dir_.path(), {"--rtu", "--gap", "5", cable_->Com1().string(), std::to_string(kStandardBaud), kSlaveId},
+      std::vector<std::string>(kPolls, "read_holding 0 5"));
   const nlohmann::json expected = {{"step", "read_holding 0 5"}, {"registers", {1234, 65534, 0, 16464, 40000}}};
-  EXPECT_EQ(std::count(results.begin(), results.end(), expected), kPolls) << run->out;
+  EXPECT_EQ(std::count(results.begin(), results.end(), expected), kPolls) << results;
 
   auto window = StopSlave();
   ExpectAllAnswered(window, kPolls);

@@ -24,7 +24,8 @@ COILS = [True, False, True, False, False, True, False, True]
 DISCRETE = [False, True]
 
 
-async def serve(framer, tty, baud, slave_id):
+def device_context(slave_id):
+    """The fixed map, served to requests for SLAVE_ID only."""
     device = ModbusSlaveContext(
         hr=ModbusSequentialDataBlock(0, HOLDING),
         ir=ModbusSequentialDataBlock(0, INPUT),
@@ -32,9 +33,12 @@ async def serve(framer, tty, baud, slave_id):
         di=ModbusSequentialDataBlock(0, DISCRETE),
         zero_mode=True,  # request address 0 is the block's first value
     )
-    context = ModbusServerContext(slaves={slave_id: device}, single=False)
+    return ModbusServerContext(slaves={slave_id: device}, single=False)
+
+
+async def serve(framer, tty, baud, slave_id):
     server = await StartAsyncSerialServer(
-        context=context,
+        context=device_context(slave_id),
         framer=framer,
         port=tty,
         baudrate=baud,

@@ -14,24 +14,15 @@ python3-pymodbus.
 import asyncio
 import sys
 
-from pymodbus.datastore import ModbusSequentialDataBlock, ModbusServerContext, ModbusSlaveContext
 from pymodbus.server import StartAsyncTcpServer
 from pymodbus.transaction import ModbusRtuFramer, ModbusSocketFramer
 
-from pymodbus_ascii_server import COILS, DISCRETE, HOLDING, INPUT
+from pymodbus_ascii_server import device_context
 
 
 async def serve(framer, slave_id):
-    device = ModbusSlaveContext(
-        hr=ModbusSequentialDataBlock(0, HOLDING),
-        ir=ModbusSequentialDataBlock(0, INPUT),
-        co=ModbusSequentialDataBlock(0, COILS),
-        di=ModbusSequentialDataBlock(0, DISCRETE),
-        zero_mode=True,
-    )
-    context = ModbusServerContext(slaves={slave_id: device}, single=False)
     server = await StartAsyncTcpServer(
-        context=context, framer=framer, address=("127.0.0.1", 0), defer_start=True
+        context=device_context(slave_id), framer=framer, address=("127.0.0.1", 0), defer_start=True
     )
     task = asyncio.create_task(server.serve_forever())
     await server.serving

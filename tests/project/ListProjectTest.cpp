@@ -53,17 +53,14 @@ TEST(ListProjectTest, LoadsWithEveryValueFiledByTableAndTheReadsThatCoverThem) {
   EXPECT_EQ(load.failedSteps, 0);
   EXPECT_EQ(load.file, file);
   EXPECT_EQ(HeaderText(file.Header), "DraventaFabricant Pump P-101");
-  EXPECT_EQ(load.HoldingElements.size(), 3u);
-  EXPECT_EQ(load.InputRegElements.size(), 1u);
-  EXPECT_EQ(load.CoilElements.size(), 1u);
-  EXPECT_EQ(load.DiscreteElements.size(), 1u);
+  EXPECT_EQ((std::vector<std::size_t>{load.HoldingElements.size(), load.InputRegElements.size(),
+                                      load.CoilElements.size(), load.DiscreteElements.size()}),
+            (std::vector<std::size_t>{3, 1, 1, 1}));
   // An empty format takes the address code's default as it loads.
   EXPECT_EQ(load.HoldingElements[0].element->FormatString(), "0.000");
   EXPECT_EQ(load.InputRegElements[0].element->FormatString(), "## ##0");
-  EXPECT_EQ(file.DirectWrite, -1);
-  EXPECT_EQ(file.Exeptions, 0xFF);
-  EXPECT_EQ(file.Timeout, 800);
-  EXPECT_EQ(file.Setting1, 500);
+  EXPECT_EQ((std::vector<int>{file.DirectWrite, file.Exeptions, file.Timeout, file.Setting1}),
+            (std::vector<int>{-1, 0xFF, 800, 500}));
 
   std::vector<std::tuple<int, int, int>> reads;
   for (const auto& r : load.Requests) reads.emplace_back(r->Func(), r->ReadAddr(), r->ReadQnt());

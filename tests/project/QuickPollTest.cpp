@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <sstream>
+#include <tuple>
 
 #include "convert/AddressCode.h"
 #include "project/CodePage.h"
@@ -28,10 +29,9 @@ TEST(QuickPollTest, ReadsTheBlockWithItsFunctionAndShowsEachValue) {
   for (const Case& c : cases) {
     const ProjectFile file = BuildQuickPollProject(c.poll, CodePage::Default());
     ASSERT_EQ(file.Requests.size(), 1u) << c.poll.function;
-    EXPECT_EQ(file.Requests[0].Func, c.poll.function);
-    EXPECT_EQ(file.Requests[0].ReadAddr, c.poll.start);
-    EXPECT_EQ(file.Requests[0].ReadQnt, c.poll.quantity);
-    EXPECT_EQ(file.Requests[0].Period, c.poll.periodMs);
+    const RequestRecord& r = file.Requests[0];
+    EXPECT_EQ(std::tuple(r.Func, r.ReadAddr, r.ReadQnt, r.Period),
+              std::tuple(c.poll.function, c.poll.start, c.poll.quantity, c.poll.periodMs));
     std::size_t boxes = 0;
     for (const auto& e : file.Elements) {
       if (e.CtrlName != "TBox") continue;
