@@ -5,20 +5,15 @@
 
 #include <vector>
 
-#include "modbus/FrameCodec.h"
+#include "ModbusTestSupport.h"
 #include "modbus/MbapCodec.h"
 
 namespace quorvel::MODBUS {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
-
-Bytes Sealed(Bytes message) {
-  const auto n = static_cast<std::int32_t>(message.size());
-  message.resize(message.size() + 2);
-  AddCRC(message, n);
-  return message;
-}
+using test::Bytes;
+// The CRC worked out apart from the codec under test.
+const auto Sealed = test::WithCrc;
 
 const Bytes kReadRequest = Sealed({0x11, 0x03, 0x00, 0x6B, 0x00, 0x03});
 const Bytes kReadAnswer = Sealed({0x11, 0x03, 0x06, 0x02, 0x2B, 0x00, 0x00, 0x00, 0x64});
@@ -56,15 +51,7 @@ TEST(MbapCodec, BytesThatAreNoSealedFrameAreNotCarriedAndUseNoId) {
   EXPECT_FALSE(client.Sent());
 }
 
-TEST(MbapCodec, TheAwaitedAnswerBecomesTheRtuFrameWithItsCrc) {
-  MbapClient client;
-  client.Request(kReadRequest);
-  const std::optional<Bytes> rtu = client.Answer({{1, 0, 0x11}, Bytes(kReadAnswer.begin() + 1, kReadAnswer.end() - 2)});
-  ASSERT_TRUE(rtu.has_value());
-  EXPECT_EQ(*rtu, kReadAnswer);
-}
-
-TEST(MbapCodec, AnswersUnderAnotherTransactionIdAreTurnedAway) {
+TEST(MbapCodec, OnlyTheAwaitedAnswerBecomesTheRtuFrameWithItsCrc) {
   MbapClient client;
   const Bytes pdu(kReadAnswer.begin() + 1, kReadAnswer.end() - 2);
   EXPECT_FALSE(client.Answer({{0, 0, 0x11}, pdu}).has_value()) << "nothing was asked yet";
@@ -72,7 +59,7 @@ TEST(MbapCodec, AnswersUnderAnotherTransactionIdAreTurnedAway) {
   client.Request(kReadRequest);
   EXPECT_FALSE(client.Answer({{1, 0, 0x11}, pdu}).has_value()) << "the answer to the request before";
   EXPECT_FALSE(client.Answer({{3, 0, 0x11}, pdu}).has_value()) << "an id never used";
-  EXPECT_TRUE(client.Answer({{2, 0, 0x11}, pdu}).has_value());
+  EXPECT_EQ(client.Answer({{2, 0, 0x11}, pdu}), kReadAnswer);
 }
 
 TEST(MbapCodec, TheUnitIdIsTheAddressOfTheRtuFrameBothWays) {
