@@ -12,11 +12,10 @@ namespace quorvel::MODBUS {
 namespace {
 
 using test::Bytes;
-// The CRC worked out apart from the codec under test.
-const auto Sealed = test::WithCrc;
+using test::WithCrc;
 
-const Bytes kReadRequest = Sealed({0x11, 0x03, 0x00, 0x6B, 0x00, 0x03});
-const Bytes kReadAnswer = Sealed({0x11, 0x03, 0x06, 0x02, 0x2B, 0x00, 0x00, 0x00, 0x64});
+const Bytes kReadRequest = WithCrc({0x11, 0x03, 0x00, 0x6B, 0x00, 0x03});
+const Bytes kReadAnswer = WithCrc({0x11, 0x03, 0x06, 0x02, 0x2B, 0x00, 0x00, 0x00, 0x64});
 
 Bytes Mbap(std::uint16_t tid, std::uint8_t unit, const Bytes& pdu, std::uint16_t protocol = 0) {
   return EncodeMbap({{tid, protocol, unit}, pdu});
@@ -26,7 +25,7 @@ TEST(MbapCodec, RequestsGoOutUnderRisingTransactionIdsWithTheAddressAsUnit) {
   MbapClient client;
   const Bytes first = client.Request(kReadRequest);
   EXPECT_EQ(first, (Bytes{0x00, 0x01, 0x00, 0x00, 0x00, 0x06, 0x11, 0x03, 0x00, 0x6B, 0x00, 0x03}));
-  const Bytes second = client.Request(Sealed({0x05, 0x01, 0x00, 0x00, 0x00, 0x08}));
+  const Bytes second = client.Request(WithCrc({0x05, 0x01, 0x00, 0x00, 0x00, 0x08}));
   ASSERT_GE(second.size(), kMbapHeaderSize);
   EXPECT_EQ(second[1], 0x02);
   EXPECT_EQ(second[6], 0x05);
@@ -64,7 +63,7 @@ TEST(MbapCodec, OnlyTheAwaitedAnswerBecomesTheRtuFrameWithItsCrc) {
 
 TEST(MbapCodec, TheUnitIdIsTheAddressOfTheRtuFrameBothWays) {
   for (const std::uint8_t unit : {0, 1, 247, 255}) {
-    const std::optional<MbapFrame> frame = MbapFromRtu(Sealed({unit, 0x04, 0x00, 0x00, 0x00, 0x01}), {7, 0, 0});
+    const std::optional<MbapFrame> frame = MbapFromRtu(WithCrc({unit, 0x04, 0x00, 0x00, 0x00, 0x01}), {7, 0, 0});
     ASSERT_TRUE(frame.has_value());
     EXPECT_EQ(frame->header.unit, unit);
     EXPECT_EQ(frame->header.transaction, 7);
@@ -73,7 +72,7 @@ TEST(MbapCodec, TheUnitIdIsTheAddressOfTheRtuFrameBothWays) {
 }
 
 TEST(MbapCodec, ExceptionAnswerEchoesAddressAndFunction) {
-  EXPECT_EQ(RtuException(kReadRequest, 0x0B), Sealed({0x11, 0x83, 0x0B}));
+  EXPECT_EQ(RtuException(kReadRequest, 0x0B), WithCrc({0x11, 0x83, 0x0B}));
   EXPECT_TRUE(RtuException(Bytes{0x11}, 0x0B).empty());
 }
 
