@@ -15,10 +15,13 @@ struct EncodeCase {
 
 // Wire bytes worked out by hand (two's complement, IEEE layouts from python's struct).
 const EncodeCase kCases[] = {
-    // Integer: rounding half away from zero, low 16 bits kept.
+    // Integer: rounding to nearest, halves away from zero, low 16 bits kept.
     {-2, Reg(0), {0xFF, 0xFE}},
+    {2.4, Reg(0), {0x00, 0x02}},
     {2.5, Reg(0), {0x00, 0x03}},
+    {2.6, Reg(0), {0x00, 0x03}},
     {-2.5, Reg(0), {0xFF, 0xFD}},
+    {-2.6, Reg(0), {0xFF, 0xFD}},
     {70000, Reg(0), {0x11, 0x70}},
     // Long: first register least significant unless swapped.
     {131073, Reg(1), {0x00, 0x01, 0x00, 0x02}},
@@ -36,11 +39,6 @@ const EncodeCase kCases[] = {
     {0x1.3456789abcdefp-1005, Reg(3, kSwapped), {0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD, 0xEF}},
     // Byte hi fills the high byte, Byte low the low byte.
     {200, Reg(4), {0xC8, 0x00}},
-    // Integers round to nearest, halves away from zero.
-    {2.6, Reg(0), {0x00, 0x03}},
-    {2.4, Reg(0), {0x00, 0x02}},
-    {-2.6, Reg(0), {0xFF, 0xFD}},
-    {-2.5, Reg(0), {0xFF, 0xFD}},
     {-128, Reg(5), {0x00, 0x80}},
     // Types without a decoding take one register of 0.
     {1234, Reg(6), {0x00, 0x00}},

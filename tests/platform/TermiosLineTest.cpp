@@ -19,10 +19,6 @@ constexpr tcflag_t kFraming = CSIZE | PARENB | PARODD | CMSPAR | CSTOPB;
 
 std::vector<std::uint8_t> Bytes(const std::string& text) { return {text.begin(), text.end()}; }
 
-void WriteFd(int fd, const std::vector<std::uint8_t>& bytes) {
-  ASSERT_EQ(write(fd, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
-}
-
 TEST(TermiosLine, AppliesTheSettingsWhileOpenAndPutsBackWhatItFound) {
   PtyPair pty;
   termios2 found{};  // 4800 baud, two stop bits, cooked and echoing
@@ -79,7 +75,7 @@ TEST(TermiosLine, AnUnpluggedLineIsGoneAtOnceAndOpensAgainWhenBack) {
   fs::create_symlink(pty->SlavePath(), port);
   ASSERT_FALSE(line.Open({}));
   EXPECT_FALSE(line.IsGone());
-  WriteFd(pty->Master(), Bytes("back"));
+  ASSERT_EQ(write(pty->Master(), "back", 4), 4);
   EXPECT_EQ(ReadLine(line, 4), Bytes("back"));
 }
 

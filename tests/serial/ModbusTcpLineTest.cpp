@@ -111,15 +111,7 @@ TEST_P(ModbusTcpMaster, ConnectionEndingMidFrameLosesTheLineAndCountsTheFrame) {
 INSTANTIATE_TEST_SUITE_P(ModbusTcpLine, ModbusTcpMaster,
                          testing::Values(LineTiming::Classic, LineTiming::Standard, LineTiming::Fast),
                          [](const testing::TestParamInfo<LineTiming>& info) {
-                           switch (info.param) {
-                             case LineTiming::Classic:
-                               return std::string("Classic");
-                             case LineTiming::Standard:
-                               return std::string("Standard");
-                             case LineTiming::Fast:
-                               break;
-                           }
-                           return std::string("Fast");
+                           return std::string(LineTimingName(info.param));
                          });
 
 }  // namespace

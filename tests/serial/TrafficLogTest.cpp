@@ -10,8 +10,6 @@
 namespace quorvel::test {
 namespace {
 
-Bytes Frame(std::size_t length, std::uint8_t fill) { return Bytes(length, fill); }
-
 // Every record held must have its own bytes, whatever came after it.
 void ExpectIntact(const TrafficLog& log, const std::vector<Bytes>& added) {
   ASSERT_LE(log.Size(), added.size());
@@ -39,7 +37,7 @@ TEST(TrafficLog, RingKeepsTheNewestFramesWithTheirBytes) {
     TrafficLog log(row.frames);
     std::vector<Bytes> added;
     for (std::size_t i = 0; i < row.adds; ++i) {
-      added.push_back(Frame(row.lengths[i % row.lengths.size()], static_cast<std::uint8_t>(i)));
+      added.emplace_back(row.lengths[i % row.lengths.size()], static_cast<std::uint8_t>(i));
       log.Add(static_cast<std::int64_t>(i), TrafficDirection::Rx, TrafficVerdict::Ok, false, false, added.back());
       ExpectIntact(log, added);
     }
