@@ -181,15 +181,25 @@ bool clsCOM::BeginTransaction(double nowMs, std::int32_t timeout) {
   }
   state_ = kSending;
   entry_.Busy = true;
+  if (wholeFrames_ && !writeKept_) {
+    // Nothing is left on its way out: the answer may come in the very next
+    // turn, so the port listens from now.
+    state_ = kWaitingFirst;
+    WaitEvent();
+  }
   return true;
 }
 
 bool clsCOM::WriteRequest(double nowMs) {
   writeKept_ = false;
   quietNeededMs_ = 0;
+  // A line that carries whole frames (a network connection) has no baud
+  // rate: the request is out as soon as it is written, and its answer is
+  // read the moment it comes, not from the next whole millisecond.
   const double baud = entry_.dcb.BaudRate;
-  const double sendMs = baud > 0 ? sendCount_ * 11000.0 / baud : 0;
-  transmitEnd_ = std::llrint(nowMs + sendMs);  // ties to even
+  const double sendMs = baud > 0 && !wholeFrames_ ? sendCount_ * 11000.0 / baud : 0;
+  transmitEnd_ =
+      wholeFrames_ ? static_cast<std::int64_t>(std::floor(nowMs)) : std::llrint(nowMs + sendMs);  // ties to even
   responseDeadline_ = transmitEnd_ + timeoutMs_;
   lastHeardMs_ = nowMs + sendMs;
   if (!LineUp()) return true;

@@ -130,7 +130,7 @@ TEST(TrafficView, BatchesTakeOnlyNewRecordsAndNoneWhilePaused) {
   EXPECT_EQ(Shown(view), (std::vector<std::uint64_t>{10, 11, 12, 13}));
 }
 
-TEST(TrafficView, RecordsTheLogDroppedWhilePausedAreSkipped) {
+TEST(TrafficView, RecordsTheLogDroppedBeforeASyncAreSkipped) {
   auto log = LogOf(Session(), 3);
   TrafficView view(log, 1);
   EXPECT_EQ(Shown(view), std::vector<std::uint64_t>{});

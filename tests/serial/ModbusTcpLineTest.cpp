@@ -68,6 +68,15 @@ TEST_P(ModbusTcpMaster, AnswerIsHandedOverWholeWithoutWaitingForSilence) {
   EXPECT_EQ(window.frameErrors, 0);
 }
 
+// A network line has no baud rate: no transmission time to wait out before
+// the answer is listened for, whatever the port's line settings say.
+TEST_P(ModbusTcpMaster, ListensFromTheMomentTheRequestIsWritten) {
+  ASSERT_TRUE(bench.Send(window, ReadHolding(0, 2), 200, 50));
+  const clsCOM& port = *bench.ports[1].Port;
+  EXPECT_TRUE(port.WantsBytes());
+  EXPECT_GE(port.NextDeadlineMs(), bench.clock.GetTimeMs() + 199) << "the answer's deadline, nothing sooner";
+}
+
 TEST_P(ModbusTcpMaster, AnswerToAnotherTransactionIsDroppedAndCounted) {
   Ask();
   Answer(1);

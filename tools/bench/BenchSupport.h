@@ -63,6 +63,34 @@ class ServedLine {
   std::thread serving_;
 };
 
+// A libmodbus Modbus TCP server on a free loopback port, on its own thread,
+// serving the same registers as ServedLine to one client connection at a time.
+class ServedTcp {
+ public:
+  ServedTcp();
+  ~ServedTcp();
+  ServedTcp(const ServedTcp&) = delete;
+  ServedTcp& operator=(const ServedTcp&) = delete;
+
+  int Port() const { return port_; }
+
+ private:
+  void Serve();
+
+  std::unique_ptr<modbus_mapping_t, MappingFree> mapping_;
+  ModbusContext server_;
+  int listener_ = -1;
+  int port_ = 0;
+  std::atomic<bool> stop_{false};
+  std::thread serving_;
+};
+
+// A libmodbus Modbus TCP client connected to 127.0.0.1:`port`, unit kSlaveId.
+ModbusContext ConnectTcp(int port);
+
+// A loopback TCP port that was free a moment ago.
+int FreeTcpPort();
+
 // A scratch folder that goes with its contents.
 class ScratchDir {
  public:
@@ -78,6 +106,8 @@ class ScratchDir {
 
 // A project in `dir` with one periodic request: read `registers` holding
 // registers from 0 every `periodMs` (0: again as soon as it is answered).
-std::string WriteReadProject(const std::filesystem::path& dir, int registers, int periodMs);
+// With `panel`, a value box for each of those registers too, so that the
+// project can also serve them as a Slave.
+std::string WriteReadProject(const std::filesystem::path& dir, int registers, int periodMs, bool panel = false);
 
 }  // namespace quorvel::bench

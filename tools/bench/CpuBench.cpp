@@ -7,9 +7,9 @@
 //  - the headless demo (quorvel-cli demo --headless) run as a child, the
 //    whole process counted, its virtual line's thread with it.
 
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -81,7 +81,8 @@ Usage RunPolling(const std::string& project, double seconds, bool fixedTick) {
     window->SetConnected(true);
   }
   frame.OpenCOM();
-  if (!frame.PortsActive()) throw std::runtime_error("the ports did not open: " + (messages.empty() ? "" : messages[0]));
+  if (!frame.PortsActive())
+    throw std::runtime_error("the ports did not open: " + (messages.empty() ? "" : messages[0]));
 
   const double cpuBefore = ThreadCpuSeconds();
   const auto start = Steady::now();

@@ -2,12 +2,14 @@
 // line timing, served by the program's own event loop (woken by its line or
 // its next deadline), and a plain libmodbus client loop, each reading 10
 // holding registers from a libmodbus RTU server, set against what the line
-// itself can carry.
+// itself can carry; then the same reads over Modbus TCP on loopback, our
+// master against a libmodbus server and a libmodbus client against our slave.
 
 #include <modbus.h>
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
@@ -53,13 +55,12 @@ struct Outcome {
   double Tps() const { return seconds > 0 ? good / seconds : 0; }
 };
 
-// Our master on COM1 with `timing`, until `seconds` have passed and the
-// transaction then under way has ended.
-Outcome RunOurMaster(int baud, LineTiming timing, double seconds, const std::string& project) {
-  ServedLine line(baud);
+// Our master on COM1 (mapped to `path`) with `timing`, until `seconds` have
+// passed and the transaction then under way has ended.
+Outcome RunOurMaster(const std::string& path, int baud, LineTiming timing, double seconds, const std::string& project) {
   platform::SystemClock clock;
   platform::PortMap ports;
-  ports.Set(1, line.ClientPath());
+  ports.Set(1, path);
   frmQuorvelMain frame(clock, ports);
   std::vector<std::string> messages;
   frame.SetMsgBoxSink([&](const std::string& text) { messages.push_back(text); });
@@ -101,17 +102,20 @@ Outcome RunOurMaster(int baud, LineTiming timing, double seconds, const std::str
   return outcome;
 }
 
-// The same reads with libmodbus as the master, one after the other.
-Outcome RunLibmodbus(int baud, double seconds) {
+Outcome RunOurMaster(int baud, LineTiming timing, double seconds, const std::string& project) {
   ServedLine line(baud);
-  ModbusContext client = ConnectRtu(line.ClientPath(), baud);
+  return RunOurMaster(line.ClientPath(), baud, timing, seconds, project);
+}
+
+// The same reads with libmodbus as the master, one after the other.
+Outcome RunLibmodbus(modbus_t* client, double seconds) {
   std::array<std::uint16_t, kRegisters> registers{};
   Outcome outcome;
   const auto start = Steady::now();
   const auto end = start + std::chrono::duration_cast<Steady::duration>(std::chrono::duration<double>(seconds));
   auto now = start;
   while (now < end) {
-    if (modbus_read_registers(client.get(), 0, kRegisters, registers.data()) == kRegisters) {
+    if (modbus_read_registers(client, 0, kRegisters, registers.data()) == kRegisters) {
       ++outcome.good;
     } else {
       ++outcome.failed;
@@ -120,6 +124,82 @@ Outcome RunLibmodbus(int baud, double seconds) {
   }
   outcome.seconds = Seconds(now - start);
   return outcome;
+}
+
+Outcome RunLibmodbus(int baud, double seconds) {
+  ServedLine line(baud);
+  ModbusContext client = ConnectRtu(line.ClientPath(), baud);
+  return RunLibmodbus(client.get(), seconds);
+}
+
+// A libmodbus client reading from our Slave, served as a Modbus TCP server
+// on a loopback port by the program's own event loop on a second thread.
+Outcome RunOurSlaveOverTcp(double seconds, const std::string& project) {
+  platform::SystemClock clock;
+  platform::PortMap ports;
+  const int port = FreeTcpPort();
+  ports.Set(1, "mbtcp-listen://127.0.0.1:" + std::to_string(port));
+  frmQuorvelMain frame(clock, ports);
+  std::vector<std::string> messages;
+  frame.SetMsgBoxSink([&](const std::string& text) { messages.push_back(text); });
+  frame.SetShowMsgSink([&](const std::string& text) { messages.push_back(text); });
+  frmQuorvel* window = frame.OpenProject(project);
+  if (!window) throw std::runtime_error("the benchmark project did not load");
+  window->SetMode(kSlave);
+  window->SetID(kSlaveId);
+  window->SetCOM(1);
+  window->SetConnected(true);
+  frame.OpenCOM();
+  if (!frame.PortsActive())
+    throw std::runtime_error("the server did not open: " + (messages.empty() ? "" : messages[0]));
+
+  std::atomic<bool> stop{false};
+  std::thread serving([&] {
+    PollLoop loop(frame, clock);
+    while (!stop) loop.Run({}, 50);
+  });
+  Outcome outcome;
+  try {
+    ModbusContext client = ConnectTcp(port);
+    std::array<std::uint16_t, kRegisters> registers{};
+    if (modbus_read_registers(client.get(), 0, kRegisters, registers.data()) != kRegisters ||
+        registers[kRegisters - 1] != 0x1111 * (kRegisters - 1))
+      throw std::runtime_error("our slave did not answer what its panel holds");
+    outcome = RunLibmodbus(client.get(), seconds);
+  } catch (...) {
+    stop = true;
+    serving.join();
+    throw;
+  }
+  stop = true;
+  serving.join();
+  return outcome;
+}
+
+// Modbus TCP over loopback: our master against a libmodbus server in each
+// timing, a libmodbus client against the same, and a libmodbus client
+// against our slave. The line hands whole frames, so no silence is waited
+// for; what is left is the program's own turn-around.
+void RunTcp(double seconds, const std::string& master, const std::string& slave) {
+  std::printf("\nModbus TCP over loopback, %d holding registers, %g s each: transactions a second\n", kRegisters,
+              seconds);
+  std::printf("%-40s %9s %s\n", "", "per s", "failed");
+  const auto print = [](const char* what, const Outcome& o) {
+    std::printf("%-40s %9.0f %d\n", what, o.Tps(), o.failed);
+    if (o.good == 0) throw std::runtime_error(std::string("no transaction succeeded: ") + what);
+  };
+  for (const LineTiming timing : {LineTiming::Classic, LineTiming::Standard, LineTiming::Fast}) {
+    ServedTcp server;
+    const std::string what = "our master (" + std::string(LineTimingName(timing)) + ") -> libmodbus server";
+    print(what.c_str(),
+          RunOurMaster("mbtcp://127.0.0.1:" + std::to_string(server.Port()), 19200, timing, seconds, master));
+  }
+  {
+    ServedTcp server;
+    ModbusContext client = ConnectTcp(server.Port());
+    print("libmodbus client -> libmodbus server", RunLibmodbus(client.get(), seconds));
+  }
+  print("libmodbus client -> our slave", RunOurSlaveOverTcp(seconds, slave));
 }
 
 struct Row {
@@ -163,10 +243,16 @@ bool PrintTable(const std::vector<Row>& rows) {
 
 }  // namespace
 
-int main() {
+// `line_bench [serial|tcp]`: both parts, or the one named.
+int main(int argc, char** argv) {
+  const std::string only = argc > 1 ? argv[1] : "";
   try {
     const ScratchDir scratch;
     const std::string project = WriteReadProject(scratch.Path(), kRegisters, 0);
+    if (only == "tcp") {
+      RunTcp(2.0, project, WriteReadProject(scratch.Path(), kRegisters, 0, true));
+      return 0;
+    }
     // Slow lines get longer runs, so that each gives a hundred transactions or
     // more; the whole run stays under a minute.
     const std::array<std::pair<int, double>, 3> lines = {{{9600, 4.0}, {19200, 3.0}, {115200, 2.0}}};
@@ -180,6 +266,7 @@ int main() {
       rows.push_back(row);
     }
     const bool met = PrintTable(rows);
+    if (only != "serial") RunTcp(2.0, project, WriteReadProject(scratch.Path(), kRegisters, 0, true));
     for (const Row& r : rows) {
       for (const Outcome* o : {&r.classic, &r.standard, &r.fast, &r.library}) {
         if (o->good == 0) {
