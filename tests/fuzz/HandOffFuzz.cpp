@@ -5,12 +5,16 @@
 // sender has gone.
 //
 // Input: byte 0 sets the size of the pieces the bytes are sent in; the rest
-// is sent. The server lives for the whole run, in a directory of its own.
+// is sent, up to a piece past the name limit: by then the first copy has
+// either taken the name or dropped the peer, so longer inputs would only
+// cost sends and reads (each run is a real connection, the target's cost).
+// The server lives for the whole run, in a directory of its own.
 
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -76,7 +80,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Link& link = TheLink();
 
   const std::size_t piece = 1 + data[0] % 64;
-  const std::string_view bytes(reinterpret_cast<const char*>(data + 1), size - 1);
+  const std::string_view bytes(reinterpret_cast<const char*>(data + 1), std::min(size - 1, kMaxName + 1 + 64));
   const auto fd = Connect(link.socket);
   Check(fd.has_value(), "a later copy connects");
 
