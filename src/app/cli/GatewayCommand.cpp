@@ -57,11 +57,7 @@ int RunGateway(const Args& args, Io& io) {
   PortChoice choice;
   if (const int status = ReadPortOptions("gateway", options, choice, entry, io); status != kOk) return status;
   std::int32_t timeout = 1000;
-  if (const std::string* text = options.find("--timeout")) {
-    const auto value = ParseInteger(*text, 1, 600'000);
-    if (!value) return UsageError(io, "gateway", "not a number of milliseconds: '" + *text + "'");
-    timeout = static_cast<std::int32_t>(*value);
-  }
+  if (const int status = ReadTimeout("gateway", options, 1, 600'000, timeout, io); status != kOk) return status;
   double seconds = 0;
   if (const int status = ReadSeconds("gateway", options, seconds, io); status != kOk) return status;
   entry.Mode = kModeMaster;

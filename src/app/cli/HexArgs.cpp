@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "app/cli/PortArgs.h"
 #include "project/CodePage.h"
 
 namespace quorvel::cli {
@@ -104,6 +105,16 @@ int ReadSeconds(const std::string& command, const Options& options, double& seco
     const auto value = ParseDouble(*text);
     if (!value || *value < 0) return UsageError(io, command, "not a number of seconds: '" + *text + "'");
     seconds = *value;
+  }
+  return kOk;
+}
+
+int ReadTimeout(const std::string& command, const Options& options, std::int32_t least, std::int32_t most,
+                std::int32_t& timeoutMs, Io& io) {
+  if (const std::string* text = options.find("--timeout")) {
+    const auto value = ParseInteger(*text, least, most);
+    if (!value) return UsageError(io, command, "not a number of milliseconds: '" + *text + "'");
+    timeoutMs = static_cast<std::int32_t>(*value);
   }
   return kOk;
 }

@@ -53,4 +53,10 @@ bool SplitOptions(const Args& args, std::span<const char* const> names, Options&
 // `seconds`. Returns kOk, or the status of the usage error it has printed.
 int ReadSeconds(const std::string& command, const Options& options, double& seconds, Io& io);
 
+// Reads --timeout (milliseconds, `least` to `most`) into `timeoutMs`, which
+// keeps its value when the option is not given. Returns kOk, or the status
+// of the usage error it has printed.
+int ReadTimeout(const std::string& command, const Options& options, std::int32_t least, std::int32_t most,
+                std::int32_t& timeoutMs, Io& io);
+
 }  // namespace quorvel::cli

@@ -84,11 +84,7 @@ int RunScan(const Args& args, Io& io) {
     ids = *parsed;
   }
   std::int32_t timeout = 200;
-  if (const std::string* text = options.find("--timeout")) {
-    const auto value = ParseInteger(*text, 1, 60'000);
-    if (!value) return UsageError(io, "scan", "not a number of milliseconds: '" + *text + "'");
-    timeout = static_cast<std::int32_t>(*value);
-  }
+  if (const int status = ReadTimeout("scan", options, 1, 60'000, timeout, io); status != kOk) return status;
   // Without --bauds the line's own rate, and the lines printed carry no rate.
   std::vector<std::uint32_t> bauds;
   if (const std::string* text = options.find("--bauds")) {

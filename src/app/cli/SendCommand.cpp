@@ -29,11 +29,7 @@ int RunSend(const Args& args, Io& io) {
   PortChoice choice;
   if (const int status = ReadPortOptions("send", options, choice, entry, io); status != kOk) return status;
   std::int32_t timeout = 1000;
-  if (const std::string* text = options.find("--timeout")) {
-    const auto value = ParseInteger(*text, 0, 600'000);
-    if (!value) return UsageError(io, "send", "not a number of milliseconds: '" + *text + "'");
-    timeout = static_cast<std::int32_t>(*value);
-  }
+  if (const int status = ReadTimeout("send", options, 0, 600'000, timeout, io); status != kOk) return status;
   entry.Mode = kModeMaster;
   // The request as the answer is read against: it names the block.
   std::vector<std::uint8_t> sealed = *message;
