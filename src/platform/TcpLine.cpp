@@ -8,6 +8,8 @@
 #include <chrono>
 #include <utility>
 
+#include "platform/PendingBytes.h"
+
 namespace quorvel::platform {
 namespace {
 
@@ -83,22 +85,10 @@ IoResult TcpLine::Failure(int error) {
 }
 
 IoResult TcpLine::FlushPending() {
-  std::size_t sent = 0;
-  IoResult result;
-  while (sent < pending_.size()) {
-    const ssize_t n = send(fd_, pending_.data() + sent, pending_.size() - sent, MSG_NOSIGNAL | MSG_DONTWAIT);
-    if (n > 0) {
-      sent += static_cast<std::size_t>(n);
-      continue;
-    }
-    if (n < 0) result = Failure(errno);
-    break;
-  }
-  if (result.status != IoStatus::Ok)
-    pending_.clear();
-  else
-    pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(sent));
-  return result;
+  return FlushPendingBytes(
+      pending_,
+      [this](const std::uint8_t* data, std::size_t size) { return send(fd_, data, size, MSG_NOSIGNAL | MSG_DONTWAIT); },
+      [this](int error) { return Failure(error); });
 }
 
 IoResult TcpLine::Write(std::span<const std::uint8_t> bytes) {

@@ -9,6 +9,8 @@
 #include <cerrno>
 #include <utility>
 
+#include "platform/PendingBytes.h"
+
 namespace quorvel::platform {
 namespace {
 
@@ -141,22 +143,9 @@ IoResult TermiosLine::Failure(int error) {
 bool TermiosLine::HungUp() { return (PollNow(fd_, POLLIN) & kHangUp) != 0; }
 
 IoResult TermiosLine::FlushPending() {
-  std::size_t sent = 0;
-  IoResult result;
-  while (sent < pending_.size()) {
-    const ssize_t n = write(fd_, pending_.data() + sent, pending_.size() - sent);
-    if (n > 0) {
-      sent += static_cast<std::size_t>(n);
-      continue;
-    }
-    if (n < 0) result = Failure(errno);
-    break;  // the driver is full, and the rest goes on a later call; or the line failed
-  }
-  if (result.status != IoStatus::Ok)
-    pending_.clear();  // unsendable: the caller hears of it from the result
-  else
-    pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(sent));
-  return result;
+  return FlushPendingBytes(
+      pending_, [this](const std::uint8_t* data, std::size_t size) { return write(fd_, data, size); },
+      [this](int error) { return Failure(error); });
 }
 
 IoResult TermiosLine::Write(std::span<const std::uint8_t> bytes) {
